@@ -1,0 +1,32 @@
+// Room for one read.
+#include "platform/kernel/ReceiveBatch.h"
+
+namespace kernel {
+
+ReceiveBatch::ReceiveBatch() {
+    for (std::size_t i = 0; i < Datagrams; ++i) {
+        vectors[i] = {bytes[i].data(), bytes[i].size()};
+        messages[i].msg_hdr.msg_iov = &vectors[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
+        messages[i].msg_hdr.msg_name = &names[i];
+    }
+}
+
+std::span<mmsghdr> ReceiveBatch::Prepare() {
+    for (mmsghdr& message : messages) {
+        message.msg_hdr.msg_namelen = sizeof(sockaddr_in);
+        message.msg_hdr.msg_flags = 0;
+    }
+    return messages;
+}
+
+std::span<const UBYTE> ReceiveBatch::Bytes(int index) const {
+    const auto at = static_cast<std::size_t>(index);
+    return {bytes[at].data(), messages[at].msg_len};
+}
+
+bool ReceiveBatch::IsTruncated(int index) const {
+    return (messages[static_cast<std::size_t>(index)].msg_hdr.msg_flags & MSG_TRUNC) != 0;
+}
+
+}  // namespace kernel

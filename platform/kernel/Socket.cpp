@@ -1,0 +1,64 @@
+// A UDP descriptor.
+#include "platform/kernel/Socket.h"
+
+#include <cerrno>
+#include <mutex>
+
+#include "platform/kernel/AsyncSocket.h"
+#include "platform/kernel/OperatingSystem.h"
+
+OSIndirectList<Socket> Socket::socket_list;
+
+namespace {
+
+// Sockets open and close on every thread with a loop.
+std::mutex& ListLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+}  // namespace
+
+Socket::Socket() = default;
+
+Socket::~Socket() {
+    Close();
+}
+
+void Socket::Init(ULONG address) {
+    if (address != 0) AsyncSocket::SetPrimaryAddress(address);
+}
+
+int Socket::Open(const SockAddr& local, bool share) {
+    kernel::OperatingSystem& system = kernel::System();
+    fd = system.OpenSocket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fd < 0) return errno;
+    {
+        const std::lock_guard<std::mutex> guard(ListLock());
+        socket_list.Append(this);
+    }
+    const int error = share ? SetOption(SOL_SOCKET, SO_REUSEADDR, 1) : 0;
+    if (error == 0 && system.BindSocket(fd, local.Native()) == 0) return 0;
+    const int failed = error != 0 ? error : errno;
+    Close();
+    return failed;
+}
+
+void Socket::Close() {
+    if (fd < 0) return;
+    {
+        const std::lock_guard<std::mutex> guard(ListLock());
+        socket_list.Remove(this);
+    }
+    kernel::System().CloseDescriptor(fd);
+    fd = -1;
+}
+
+UWORD Socket::LocalPort() const {
+    sockaddr_in name{};
+    return fd >= 0 && kernel::System().SocketName(fd, name) == 0 ? ntohs(name.sin_port) : 0;
+}
+
+int Socket::SetOption(int level, int option, const void* value, socklen_t size) {
+    return kernel::System().SetSocketOption(fd, level, option, value, size) == 0 ? 0 : errno;
+}
