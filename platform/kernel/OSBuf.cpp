@@ -82,7 +82,8 @@ void OSBuf::Print() const {
     if (Console == nullptr) return;
     char text[3 * PrintedBytes + 1] = "";
     for (int i = 0; i < std::min<int>(len, PrintedBytes); ++i) {
-        std::snprintf(text + 3 * i, sizeof text - static_cast<std::size_t>(3 * i), " %02x", data[i]);
+        const std::size_t at = 3 * static_cast<std::size_t>(i);
+        std::snprintf(text + at, sizeof text - at, " %02x", data[i]);
     }
     Console->Print("OSBuf %p: size %u, len %u, data%s%s", static_cast<const void*>(this), size, len, text,
                    len > PrintedBytes ? " ..." : "");

@@ -37,13 +37,7 @@ void SetThreadStack(int bytes) {
 
 }  // namespace
 
-KernelCfg::KernelCfg()
-    : buf_size{64, 160, 600, 1740},
-      buf_qty{500, 4000, 500, 500},
-      buf_min_space(32),
-      callback_qty(4000),
-      link_qty(20000),
-      trigger_stack(ThreadStack) {}
+KernelCfg::KernelCfg() : trigger_stack(ThreadStack) {}
 
 void os_startup(int /*reserved1*/, int /*reserved2*/, KernelCfg* cfg) {
     kernel::Sleepers::Reopen();

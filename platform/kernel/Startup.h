@@ -8,12 +8,12 @@
 struct KernelCfg {
     KernelCfg();
 
-    int buf_size[4];    // bytes of room of the buffers of each pool, ascending
-    int buf_qty[4];     // buffers in each pool
-    int buf_min_space;  // bytes that stay free behind a buffer's data
-    int callback_qty;   // callback records
-    int link_qty;       // list links
-    int trigger_stack;  // bytes of stack of a thread made with std_thread_attr
+    int buf_size[4] = {64, 160, 600, 1740};  // bytes of room of the buffers of each pool, ascending
+    int buf_qty[4] = {500, 4000, 500, 500};  // buffers in each pool
+    int buf_min_space = 32;                  // bytes that stay free behind a buffer's data
+    int callback_qty = 4000;                 // callback records
+    int link_qty = 20000;                    // list links
+    int trigger_stack;                       // bytes of stack of a thread made with std_thread_attr
 };
 
 // Makes the pools and locks; before the first buffer, trigger or console use. The first two arguments are 0.
