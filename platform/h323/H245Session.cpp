@@ -1,0 +1,3 @@
+#include "platform/h323/H245Session.h"
+
+int H245Session::msgTrace = 0;

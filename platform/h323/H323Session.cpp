@@ -1,0 +1,3 @@
+#include "platform/h323/H323Session.h"
+
+int H323Session::msgTrace = 0;
