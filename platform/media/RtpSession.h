@@ -1,0 +1,50 @@
+// What an RTPEndPoint consists of: the two directions, the control protocol, their sockets and timers.
+// Threads as there.
+#pragma once
+
+#include "platform/kernel/OSIndirectList.h"
+#include "platform/kernel/OSTimerTrigger.h"
+#include "platform/media/Discards.h"
+#include "platform/media/RtcpControl.h"
+#include "platform/media/RtpCallStats.h"
+#include "platform/media/RtpInput.h"
+#include "platform/media/RtpOutput.h"
+
+namespace media {
+
+class RtpSession {
+ public:
+    // `owner` hears of sockets that go; `discardCount` is its counter.
+    RtpSession(OSIO& owner, ULONG& discardCount, int syscomptype, bool software);
+    ~RtpSession();
+    RtpSession(const RtpSession&) = delete;
+    RtpSession& operator=(const RtpSession&) = delete;
+
+    void BindData(OSIO* socket);
+    void BindControl(OSIO* socket);
+    void Release(const OSIO* lower);
+    void Start(const SockAddr& localRtp, const StreamAttributes& attributes);
+    int Protect(int tagLength, const UBYTE* localSalt, const UBYTE* localKey, const UBYTE* remoteSalt,
+                const UBYTE* remoteKey);
+    void SendDigit(char digit, int duration);
+    void FillStats(_rtp_callstats& stats) const;
+
+    const int syscomptype;
+    const bool software;
+    Discards discards;
+    SrtpGate inboundGate;
+    RtpInput input;
+    RtpOutput output;
+    RtcpControl rtcp;
+    OSIndirectList<OSIO> conference;  // on hardware: who is mixed into this stream
+
+ private:
+    void SendEvents();
+    static void EventTimer(OSObj* object, void* param, unsigned long value);
+
+    OSTimerTrigger eventTimer;
+    OSIO* data = nullptr;
+    OSIO* control = nullptr;
+};
+
+}  // namespace media
