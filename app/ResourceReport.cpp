@@ -70,7 +70,7 @@ void ResourceReport::PrintResources(const Counts& counts) {
 void ResourceReport::PrintLeaks() {
     const CriticalSectionLock lock(OS_CRITICAL_BUFFERS);
     for (const OSBuf* buf = OSBuf::allocated_list.Head(); buf != nullptr;
-         buf = OSLinkList<OSBuf>::Next(buf)) {
+         buf = OSBuf::AllocatedList::Next(buf)) {
         // Those behind it are younger.
         if (os_expired(buf->stamp, LeakAgeMs) == 0) return;
         PrintLeak(*buf);

@@ -67,9 +67,10 @@ OSIORetCode ControlChannel::DatagramIndication(OSBuf* buf, void* src, void* /*ds
     addr = *static_cast<const SockAddr*>(src);
     if (!ControlMessage::HasFixedPart(buf->Data())) {
         static RateLimit limit;
-        if (limit.Allow())
+        if (limit.Allow()) {
             Trace("DatagramIndication - dropped %u bytes from %s:%u, too short for a message", buf->len,
                   addr.AddressStr().c_str(), addr.Port());
+        }
         buf->Free();
         return Success;
     }
@@ -115,7 +116,7 @@ void ControlChannel::RtpDtmfCallback(void* obj, int channel, char key, int durat
     report.event = ControlMessage::Digit;
     report.chan = static_cast<UWORD>(chan);
     report.addr = static_cast<ULONG>(duration);
-    report.port = static_cast<UWORD>(static_cast<signed char>(key));
+    report.port = static_cast<UWORD>(int{static_cast<signed char>(key)});
     self->Send(report);
 }
 

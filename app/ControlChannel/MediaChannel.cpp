@@ -74,19 +74,21 @@ void MediaChannel::ConferenceRemove(MediaChannel* member) {
 
 void MediaChannel::RtpDtmfCallback(void* context, char digit, int duration) {
     const auto* self = static_cast<const MediaChannel*>(context);
-    if (self == self->parent->internal.get())
+    if (self == self->parent->internal.get()) {
         self->OnInternalDigit(digit, duration);
-    else
+    } else {
         self->OnExternalDigit(digit, duration);
+    }
 }
 
 void MediaChannel::OnInternalDigit(char digit, int duration) const {
     const MediaChannel& external = *parent->external;
     if (external.rtpendpoint == nullptr) return;
-    if (external.blockDtmf)
+    if (external.blockDtmf) {
         Console->Print("MediaChannel::RtpDtmfCallback - blocked DTMF event...");
-    else
+    } else {
         external.rtpendpoint->DTMFDigit(digit, duration);
+    }
 }
 
 void MediaChannel::OnExternalDigit(char digit, int duration) const {

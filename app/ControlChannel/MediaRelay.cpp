@@ -104,8 +104,9 @@ OSBuf* MediaRelay::ToSamples(OSBuf* payload) {
 OSBuf* MediaRelay::Decode(OSBuf* payload) {
     if (payload->len > MaxG729Payload) {
         static RateLimit limit;
-        if (limit.Allow())
+        if (limit.Allow()) {
             Console->Print("MediaRelay::DataIndication - dropped %u bytes of G.729, too long", payload->len);
+        }
         return nullptr;
     }
     OSBuf* samples = NewBuffer(G729Ratio * payload->len);
@@ -165,9 +166,10 @@ OSBuf* MediaRelay::Gather(int len) {
     OSBuf* first = TakeTx();
     if (first->len > len) {
         static RateLimit limit;
-        if (limit.Allow())
+        if (limit.Allow()) {
             Console->Print("MediaRelay::Send - buffer overrun 1!!! (buf len %d, req len %d)", first->len,
                            len);
+        }
         first->Free();
         return nullptr;
     }
@@ -178,9 +180,10 @@ OSBuf* MediaRelay::Gather(int len) {
         const int left = len - filled;
         if (next->len > left) {
             static RateLimit limit;
-            if (limit.Allow())
+            if (limit.Allow()) {
                 Console->Print("MediaRelay::Send - buffer overrun 2!!! (buf len %d, req len %d)", next->len,
                                left);
+            }
             next->Free();
             break;
         }

@@ -37,10 +37,11 @@ bool Move(MediaRelay& from, MediaRelay* to, bool conference) {
     OSBuf* frame = from.GetRxBuf();
     if (frame == nullptr) return false;
     if (conference) ConferenceMixer::Keep(from, *frame);
-    if (to != nullptr)
+    if (to != nullptr) {
         to->Send(frame);
-    else
+    } else {
         frame->Free();
+    }
     return true;
 }
 

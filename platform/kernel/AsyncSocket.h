@@ -26,7 +26,7 @@ class AsyncSocket : public OSIO {
     explicit AsyncSocket(bool signalling);
 
     // Binds to `address` (host order, 0: all) and `port` (0: chosen by the system), and reads from then on.
-    // `media`: a larger receive buffer and send priority. 0, or the errno of what failed; a port beyond 65535
+    // `media`: goes out before bulk. 0, or the errno of what failed; a port beyond 65535
     // is EINVAL.
     int Create(int type, int port, ULONG address, bool media);
     // Receives what is sent to the multicast group and port `group`, and only that; other sockets may share

@@ -12,7 +12,7 @@
 CRITICAL_SECTION OS_CRITICAL_BUFFERS;
 OSBuf::Pool OSBuf::buffer_pool[PoolCount];
 int OSBuf::min_count[PoolCount];
-OSLinkList<OSBuf> OSBuf::allocated_list;
+OSBuf::AllocatedList OSBuf::allocated_list;
 
 namespace {
 
@@ -24,6 +24,20 @@ constexpr int PrintedBytes = 12;
 }
 
 }  // namespace
+
+void OSBuf::AllocatedList::Append(OSBuf* buf) {
+    buf->older = tail;
+    buf->newer = nullptr;
+    (tail == nullptr ? head : tail->newer) = buf;
+    tail = buf;
+    ++size;
+}
+
+void OSBuf::AllocatedList::Remove(OSBuf* buf) {
+    (buf->older == nullptr ? head : buf->older->newer) = buf->newer;
+    (buf->newer == nullptr ? tail : buf->newer->older) = buf->older;
+    --size;
+}
 
 OSBuf* OSBuf::Take(int bytes, const void* caller) {
     bytes = std::clamp(bytes, 0, 0xFFFF);

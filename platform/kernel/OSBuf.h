@@ -10,12 +10,30 @@
 #include <span>
 
 #include "platform/kernel/CriticalSection.h"
-#include "platform/kernel/OSLinkList.h"
+#include "platform/kernel/OSLinkListObj.h"
 #include "platform/kernel/Types.h"
 
 class OSBuf final : public OSLinkListObj {
  public:
     static constexpr int PoolCount = 4;
+
+    // The buffers that are allocated, oldest first, on links of their own: a buffer may stand in a list of
+    // its owner's as well.
+    class AllocatedList {
+     public:
+        OSBuf* Head() const { return head; }
+        static OSBuf* Next(const OSBuf* buf) { return buf->newer; }
+        int Size() const { return size; }
+
+     private:
+        friend class OSBufPools;
+        void Append(OSBuf* buf);
+        void Remove(OSBuf* buf);
+
+        OSBuf* head = nullptr;
+        OSBuf* tail = nullptr;
+        int size = 0;
+    };
 
     // Free buffers of one size.
     struct Pool {
@@ -62,12 +80,14 @@ class OSBuf final : public OSLinkListObj {
     // All guarded by OS_CRITICAL_BUFFERS; allocated_list is oldest first.
     static Pool buffer_pool[PoolCount];
     static int min_count[PoolCount];  // lowest number of free buffers that each pool has had
-    static OSLinkList<OSBuf> allocated_list;
+    static AllocatedList allocated_list;
 
  private:
     friend class OSBufPools;
     static OSBuf* Take(int bytes, const void* caller);
 
+    OSBuf* older = nullptr;  // on the list of allocated buffers
+    OSBuf* newer = nullptr;
     UBYTE* store = nullptr;  // where the room begins
     int capacity = 0;        // bytes of memory at `store`
     int pool = -1;           // its pool, -1 for the heap

@@ -51,7 +51,8 @@ void OSBufPools::Make(const KernelCfg& cfg) {
 
 void OSBufPools::Drop() {
     CriticalSectionLock lock(OS_CRITICAL_BUFFERS);
-    while (OSBuf* buf = OSBuf::allocated_list.RemoveFirst()) {
+    while (OSBuf* buf = OSBuf::allocated_list.Head()) {
+        OSBuf::allocated_list.Remove(buf);
         if (buf->pool < 0) ReleaseToHeap(buf);
     }
     for (OSBuf::Pool& pool : OSBuf::buffer_pool) pool = {};

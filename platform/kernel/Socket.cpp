@@ -11,6 +11,8 @@ OSIndirectList<Socket> Socket::socket_list;
 
 namespace {
 
+constexpr int ReceiveRoom = 1 << 20;  // bytes
+
 // Sockets open and close on every thread with a loop.
 std::mutex& ListLock() {
     static std::mutex lock;
@@ -37,6 +39,9 @@ int Socket::Open(const SockAddr& local, bool share) {
         const std::lock_guard<std::mutex> guard(ListLock());
         socket_list.Append(this);
     }
+    // As much as the host grants: a burst waits here while the thread is busy, and is lost where there is no
+    // room.
+    SetOption(SOL_SOCKET, SO_RCVBUF, ReceiveRoom);
     const int error = share ? SetOption(SOL_SOCKET, SO_REUSEADDR, 1) : 0;
     if (error == 0 && system.BindSocket(fd, local.Native()) == 0) return 0;
     const int failed = error != 0 ? error : errno;

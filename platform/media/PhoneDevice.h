@@ -11,6 +11,7 @@ class PhoneDevice : public MediaDevice {
     PhoneDevice(UWORD stream, Direction direction) : sid(stream), direction(direction) {}
 
     int GetChannel() override { return sid; }
+    Direction GetDirection() const { return direction; }
 
  private:
     const UWORD sid;

@@ -33,14 +33,14 @@ Bytes Encode(const ControlMessage& msg) {
 struct Row {
     const char* name;
     Bytes datagram;
-    UBYTE seq;
+    int seq;
     int event;
-    UWORD chan;
+    int chan;
     int comp;
     ULONG addr;
-    UWORD port;
-    UBYTE mfpp;
-    UBYTE flags;
+    int port;
+    int mfpp;
+    int flags;
     Bytes extra;
     bool canonical;  // encoding gives the datagram back
 };

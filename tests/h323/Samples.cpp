@@ -125,6 +125,7 @@ std::vector<RasMessage> FullSamples() {
         UnknownMessageResponse{{65535}, OctetString{{0x0e, 0x40, 0xff}}},
     };
     std::vector<RasMessage> messages;
+    messages.reserve(bodies.size());
     for (RasMessageBody& body : bodies) messages.emplace_back(std::move(body));
     return messages;
 }

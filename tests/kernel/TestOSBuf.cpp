@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "platform/kernel/OSCallback.h"
+#include "platform/kernel/OSLinkList.h"
 #include "tests/support/LoopTest.h"
 
 namespace {
@@ -87,6 +88,18 @@ TEST_F(TestOSBuf, ADryPoolIsServedFromTheNextLargerThenFromTheHeap) {
     for (std::size_t i = 1; i < taken.size(); i += 2) taken[i]->Free();
     EXPECT_EQ(FreeCounts(), (std::vector<int>{2, 3, 2, 1}));
     EXPECT_EQ(std::vector<int>(OSBuf::min_count, OSBuf::min_count + 4), (std::vector<int>{0, 0, 0, 0}));
+}
+
+TEST_F(TestOSBuf, ABufferMayStandInAListOfItsOwnersWhileItIsAllocated) {
+    OSLinkList<OSBuf> queue;
+    std::vector<OSBuf*> taken;
+    for (int i = 0; i < 5; ++i) taken.push_back(OSBuf::Alloc(10));
+    for (OSBuf* buf : taken) queue.Append(buf);
+    EXPECT_EQ(OSBuf::allocated_list.Size(), 5);
+    EXPECT_EQ(OSBuf::AllocatedList::Next(taken[1]), taken[2]);
+    while (OSBuf* buf = queue.RemoveFirst()) buf->Free();
+    EXPECT_EQ(OSBuf::allocated_list.Size(), 0);
+    EXPECT_EQ(OSBuf::allocated_list.Head(), nullptr);
 }
 
 TEST_F(TestOSBuf, TheCallerOfAllocIsRecorded) {

@@ -43,7 +43,7 @@ class PlayedModule {
     void LoseOutput(int packets) { losing = packets; }
     // The module begins its output stream anew.
     void Restart() {
-        timestamp += 123456;
+        number += 123456;
         restarting = true;
     }
 
@@ -57,11 +57,11 @@ class PlayedModule {
         held.erase(held.begin(), held.begin() + static_cast<std::ptrdiff_t>(outSamples));
         const std::vector<UBYTE> payload = encoder.Encode(audio);
         if (losing-- <= 0) {
-            matcher.OnReceived(now + delayMs * NsPerMs, timestamp, payload, restarting || first);
+            matcher.OnReceived(now + delayMs * NsPerMs, number, payload, restarting || first);
             first = false;
             restarting = false;
         }
-        timestamp += static_cast<ULONG>(outSamples);
+        ++number;
     }
 
     const std::shared_ptr<const CodedSpeech> speech;
@@ -73,7 +73,7 @@ class PlayedModule {
     DelayMatcher matcher;
     std::deque<std::int16_t> held;
     std::int64_t now = Start;
-    ULONG timestamp = 0xFFFFFF00;  // wraps soon
+    ULONG number = 0xFFFFFFF0;  // wraps soon
     int losing = 0;
     bool restarting = false;
     bool first = true;
@@ -155,6 +155,19 @@ TEST(DelayMatcher, FindsAudioThatIsMissingInsideAndMeasuresOn) {
     EXPECT_DOUBLE_EQ(result.delays.Summarise().minMs, 7);
 }
 
+TEST(DelayMatcher, DoesNotMeasureSilenceAroundASlip) {
+    PlayedModule module(Codec::Alaw, 20, Codec::Alaw, 20,
+                        test::Words(8, 400));  // 20 packets of every 50 are silent
+    for (int i = 0; i < 300; ++i) module.Send(i < 205 || i > 210);
+    const DelayResult result = module.Finish();
+    EXPECT_EQ(result.slips, 1U);
+    EXPECT_EQ(result.slippedSamples, 6 * 160);
+    EXPECT_EQ(result.received, 294U);
+    EXPECT_EQ(result.unmatched, 14U);  // of that silence
+    EXPECT_DOUBLE_EQ(result.delays.Summarise().maxMs, 7);
+    EXPECT_DOUBLE_EQ(result.delays.Summarise().minMs, 7);
+}
+
 TEST(DelayMatcher, MeasuresOnlyWhatItIsSureOfWhenATranscodedStreamSlips) {
     PlayedModule module(Codec::G729, 20, Codec::Alaw, 20, test::Words(16));
     module.Send(250);
@@ -189,9 +202,9 @@ TEST(DelayMatcher, DoesNotMeasureWhatWasNeverSent) {
         windows.OnSent(Start + i * 20 * NsPerMs);
         std::vector<UBYTE> noise(160);
         for (UBYTE& byte : noise) byte = static_cast<UBYTE>(random());
-        exact.OnReceived(Start + (i * 20 + 5) * NsPerMs, static_cast<ULONG>(i) * 160, noise, i == 0);
-        windows.OnReceived(Start + (i * 20 + 5) * NsPerMs, static_cast<ULONG>(i) * 160,
-                           std::span(noise).first(20), i == 0);
+        exact.OnReceived(Start + (i * 20 + 5) * NsPerMs, static_cast<ULONG>(i), noise, i == 0);
+        windows.OnReceived(Start + (i * 20 + 5) * NsPerMs, static_cast<ULONG>(i), std::span(noise).first(20),
+                           i == 0);
     }
     for (DelayMatcher* matcher : {&exact, &windows}) {
         const DelayResult result = matcher->Finish();

@@ -92,6 +92,28 @@ TEST(RtpPeer, NoticesANewSourceAndLostPackets) {
     EXPECT_EQ(pair.right.Counts().missing, 5U);
 }
 
+TEST(RtpReceiver, TellsPausesFromKeysAndFromLoss) {
+    RtpSender sender(SpeechSource(test::Words(1)).Code(Codec::Alaw, 20), 0);
+    RtpReceiver receiver(Codec::Alaw, false);
+    std::array<UBYTE, RtpSender::MaxPacket> room{};
+    const auto say = [&] { receiver.OnDatagram(std::span(room).first(sender.Next(room)), 0); };
+    say();
+    say();
+    sender.Pause();  // time goes by without a word
+    say();
+    EXPECT_EQ(receiver.Counts().pauses, 1U);
+    sender.Pause();  // a key takes the place of a word
+    const media::TelephoneEventSender::Packet key{
+        {.event = 5, .end = true, .duration = 160}, sender.Timestamp(), true};
+    receiver.OnDatagram(std::span(room).first(sender.Event(key, room)), 0);
+    say();
+    sender.Next(room);  // a word is lost
+    say();
+    EXPECT_EQ(receiver.Counts().pauses, 1U);
+    EXPECT_EQ(receiver.Counts().missing, 1U);
+    EXPECT_EQ(receiver.Counts().audio, 5U);
+}
+
 TEST(RtcpReporter, ReportsWhatItHeardAndReadsWhatItsPeerReports) {
     const auto speech = SpeechSource(test::Words(1)).Code(Codec::Alaw, 20);
     RtpSender sender(speech, 0);

@@ -64,8 +64,8 @@ class TestHostileTraffic : public SystemTest {
 
 TEST_F(TestHostileTraffic, ControlRequestsOfEveryKindAndNone) {
     StartModule();
-    for (int i = 0; i < 20; ++i) {
-        for (int n = 0; n < 150; ++n) module.Control().SendRaw(n % 3 == 0 ? Random(100) : BentRequest());
+    for (int i = 0; i < 50; ++i) {
+        for (int n = 0; n < 60; ++n) module.Control().SendRaw(n % 3 == 0 ? Random(100) : BentRequest());
         ExpectAlive();
     }
     EXPECT_GT(module.Daemon().CountLines("dropped"), 0U) << "what is too short is named";

@@ -49,7 +49,8 @@ TEST_F(TestRegistration, FromStartToRegisteredAndBack) {
     EXPECT_EQ(module->data->compressionQuantity, 40U);
     EXPECT_EQ(module->data->relayQuantity, 0U);
     EXPECT_EQ(module->data->controlPort, module->callSignal.Port());
-    EXPECT_EQ(module->callSignal.AddressStr(), "127.0.0.2");
+    EXPECT_EQ(module->callSignal.AddressStr(), "127.0.0.1")
+        << "the address from which it speaks to the gatekeeper";
     EXPECT_EQ(module->product, "Kestrelon Compressor");
     EXPECT_EQ(module->version, "TQ 1.3(117)");
     ExpectInOrder({"Waiting for IP Address.....", "Discovery Starting...",

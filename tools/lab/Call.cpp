@@ -22,9 +22,10 @@ std::uint64_t PacketsExpected(std::uint64_t packets, int inMs, int outMs) {
 }
 
 Call::Call(ModuleSetup& setup, const Options& wanted) : module(setup), options(wanted) {
-    for (const Side side : {Internal, External})
+    for (const Side side : {Internal, External}) {
         peers[side] =
             std::make_unique<RtpPeer>(PeerSetup(options.legs[side], module.OwnAddress(), options.record));
+    }
 }
 
 Call::~Call() {

@@ -134,10 +134,12 @@ class CallCommand {
     void Converse(Call& call, const SpeechSource& speech) {
         if (from != "external") call.Prepare(Call::Internal, speech);
         if (from != "internal") call.Prepare(Call::External, speech);
-        for (const char key : digits)
-            if (!call.Peer(Call::External).SendDigit(key, KeyMs))
+        for (const char key : digits) {
+            if (!call.Peer(Call::External).SendDigit(key, KeyMs)) {
                 Complain(std::string("'") + key +
                          "' is no key of a telephone, or too many wait; it is left out.");
+            }
+        }
         const int ms =
             seconds > 0 ? seconds * 1000 : static_cast<int>(speech.Samples().size() * 1000 / SampleRate);
         call.Talk(ms, Interrupted);
@@ -170,13 +172,16 @@ class CallCommand {
                  Decimal(leg.counts.worstJitterMs, 2), leg.digits.empty() ? "-" : leg.digits});
         }
         std::printf("%s", table.ToText().c_str());
-        if (!digits.empty() && from != "internal")
+        if (!digits.empty() && from != "internal") {
             std::printf(
                 "While keys are sent speech rests: what the keys took the place of counts as lost.\n");
-        for (int side = 0; side < 2; ++side)
-            if (legs[side].slips + legs[side].unmatched > 0)
+        }
+        for (int side = 0; side < 2; ++side) {
+            if (legs[side].slips + legs[side].unmatched > 0) {
                 std::printf("%s: %zu slips of audio inside the module, %zu packets without a delay\n",
                             SideNames[side], legs[side].slips, legs[side].unmatched);
+            }
+        }
     }
 
     bool Save(Call& call) const {

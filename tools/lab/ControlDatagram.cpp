@@ -47,10 +47,11 @@ const char* ToText(ControlEvent event) {
 
 std::vector<UBYTE> ControlDatagram::Encode() const {
     std::vector<UBYTE> out{seq, static_cast<UBYTE>(event)};
-    if (chan < 128)
+    if (chan < 128) {
         Put(out, chan, 1);
-    else
+    } else {
         Put(out, 0x8000U | chan, 2);
+    }
     Put(out, comp, 1);
     Put(out, addr, 4);
     Put(out, port, 2);

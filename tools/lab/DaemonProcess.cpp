@@ -1,7 +1,6 @@
 #include "tools/lab/DaemonProcess.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -66,6 +67,7 @@ DaemonProcess::~DaemonProcess() {
 }
 
 std::string DaemonProcess::Find() {
+    if (const char* chosen = std::getenv("KESTREL_DAEMON")) return chosen;
     std::error_code error;
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
     for (const auto& folder :
@@ -98,6 +100,7 @@ bool DaemonProcess::Start(const std::string& path, const std::vector<std::string
 // is gone.
 void DaemonProcess::Watch(std::vector<std::string> words, int output) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
     std::array<int, 2> failure{-1, -1};

@@ -31,7 +31,8 @@ class DaemonProcess {
     DaemonProcess(const DaemonProcess&) = delete;
     DaemonProcess& operator=(const DaemonProcess&) = delete;
 
-    // The daemon beside the running program, or in the same build; empty when there is none.
+    // The daemon that the environment variable KESTREL_DAEMON names, else the one beside the running program
+    // or in the same build; empty when there is none.
     static std::string Find();
 
     // Runs `path` with `arguments`. False with the reason in `error` when it cannot be started.

@@ -22,16 +22,17 @@ void DelayMatcher::OnSent(std::int64_t atNs) {
     sentAt.push_back(static_cast<ULONG>((atNs - epochNs) / NsPerUs));
 }
 
-void DelayMatcher::OnReceived(std::int64_t atNs, ULONG timestamp, std::span<const UBYTE> payload,
+void DelayMatcher::OnReceived(std::int64_t atNs, ULONG number, std::span<const UBYTE> payload,
                               bool newStream) {
     const std::lock_guard held(lock);
-    const bool restarted = newStream && clocked;
+    const bool restarted = newStream && begun;
     const std::int64_t samples =
         static_cast<std::int64_t>(payload.size()) * FrameSamples / FrameBytes(reference->out);
-    const std::int64_t position = Unwrap(timestamp, restarted, samples);
+    const std::int64_t position = PositionOf(number, restarted, samples);
     ++counts.received;
     samplesReceived += samples;
     if (reference->IsExact()) {
+        if (restarted && anchored) PlaceWaiting();
         if (restarted) anchored = false;
         MatchPacket(atNs, position, payload);
         return;
@@ -42,14 +43,16 @@ void DelayMatcher::OnReceived(std::int64_t atNs, ULONG timestamp, std::span<cons
     Keep(position, payload);
 }
 
-// Where the packet stands in the output, counted from the first packet. A stream that begins anew goes on
-// behind the one before.
-std::int64_t DelayMatcher::Unwrap(ULONG timestamp, bool restarted, std::int64_t samples) {
-    std::int64_t position = 0;
-    if (restarted) position = lastPosition + lastSamples;
-    if (clocked && !restarted) position = lastPosition + static_cast<std::int32_t>(timestamp - lastTimestamp);
-    clocked = true;
-    lastTimestamp = timestamp;
+// Where the packet stands in the output, in samples from its first packet on. Lost packets count as large as
+// this one; time stamps play no part, for a sender may let them jump over a pause. A stream that begins anew
+// goes on behind the one before.
+std::int64_t DelayMatcher::PositionOf(ULONG number, bool restarted, std::int64_t samples) {
+    const std::int64_t steps = restarted ? 1 : static_cast<std::int32_t>(number - lastNumber);
+    std::int64_t position = lastPosition + steps * samples;
+    if (steps > 0) position = lastPosition + lastSamples + (steps - 1) * samples;
+    if (!begun) position = 0;
+    begun = true;
+    lastNumber = number;
     lastPosition = position;
     lastSamples = samples;
     return position;
@@ -62,11 +65,25 @@ void DelayMatcher::Note(std::int64_t atNs, std::int64_t lastSample) {
 void DelayMatcher::MatchPacket(std::int64_t atNs, std::int64_t position, std::span<const UBYTE> payload) {
     const std::vector<std::int16_t> heard = SpeechDecoder(reference->out).Decode(payload);
     const std::int64_t last = position + static_cast<std::int64_t>(heard.size()) - 1;
-    const bool placed = (anchored && Fits(position + offset, heard)) || Search(position, heard);
-    if (placed)
-        Note(atNs, last + offset);
-    else if (!IsLoud(heard) && waiting.size() < MostWaiting)
-        waiting.push_back({static_cast<ULONG>((atNs - epochNs) / NsPerUs), static_cast<ULONG>(last)});
+    const bool fits = anchored && Fits(position + offset, heard);
+    if (!IsLoud(heard)) {
+        if ((fits || !anchored) && waiting.size() < MostWaiting) {
+            waiting.push_back({static_cast<ULONG>((atNs - epochNs) / NsPerUs), static_cast<ULONG>(last)});
+        }
+        return;
+    }
+    if (!fits && !Search(position, heard)) return;
+    PlaceWaiting();
+    Note(atNs, last + offset);
+}
+
+// The quiet packets since the last loud one have the same place in the input, as the loud one behind them
+// shows.
+void DelayMatcher::PlaceWaiting() {
+    for (const Arrival& quiet : waiting) {
+        arrivals.push_back({quiet.atUs, quiet.lastSample + static_cast<ULONG>(offset)});
+    }
+    waiting.clear();
 }
 
 bool DelayMatcher::Fits(std::int64_t position, std::span<const std::int16_t> heard) const {
@@ -75,7 +92,6 @@ bool DelayMatcher::Fits(std::int64_t position, std::span<const std::int16_t> hea
 }
 
 bool DelayMatcher::Search(std::int64_t position, std::span<const std::int16_t> heard) {
-    if (!IsLoud(heard)) return false;
     const std::int64_t last = SamplesSent() - static_cast<std::int64_t>(heard.size());
     for (std::int64_t candidate =
              std::max<std::int64_t>(0, last - SearchSamples) / FrameSamples * FrameSamples;
@@ -91,12 +107,10 @@ void DelayMatcher::Anchor(std::int64_t newOffset) {
     if (anchored) {
         ++counts.slips;
         counts.slippedSamples += newOffset - offset;
+        waiting.clear();  // who knows on which side of the slip they stood
     }
     anchored = true;
     offset = newOffset;
-    for (const Arrival& quiet : waiting)
-        arrivals.push_back({quiet.atUs, quiet.lastSample + static_cast<ULONG>(offset)});
-    waiting.clear();
 }
 
 void DelayMatcher::Keep(std::int64_t position, std::span<const UBYTE> payload) {
@@ -151,10 +165,11 @@ void DelayMatcher::Resolve(DelayResult& result) {
     const std::int64_t headEnd = head.back().position;
     const std::int64_t tailBegin = known ? tail.front().position : INT64_MAX;
     for (const Arrival& arrival : arrivals) {
-        if (steady || arrival.lastSample < headEnd)
+        if (steady || arrival.lastSample < headEnd) {
             Measure(arrival, headOffset, result.delays);
-        else if (arrival.lastSample >= tailBegin)
+        } else if (arrival.lastSample >= tailBegin) {
             Measure(arrival, tailOffset, result.delays);
+        }
     }
 }
 
@@ -171,10 +186,12 @@ std::int64_t DelayMatcher::SamplesReceived() const {
 DelayResult DelayMatcher::Finish() {
     const std::lock_guard held(lock);
     DelayResult result = std::move(counts);
-    if (reference->IsExact())
+    if (reference->IsExact()) {
+        if (anchored) PlaceWaiting();
         for (const Arrival& arrival : arrivals) Measure(arrival, 0, result.delays);
-    else
+    } else {
         Resolve(result);
+    }
     result.unmatched = result.received - result.delays.Values().size();
     return result;
 }

@@ -3,22 +3,19 @@
 // What is measured. The added delay of a packet that comes out of the module is the time at which the kernel
 // received it, less the time at which the lab sent the packet that carried its last sample: from the moment
 // at which all of its audio had been sent to the moment at which it arrived. The module's packetising is in
-// it, its look-ahead and the sender's own packetising are not. Two passes through the loopback interface are
-// in it.
+// it; the sender's own packetising and the look-ahead of a codec are not. Two passes through the loopback
+// interface are in it.
 //
-// How. The module keeps order and sends with a sample clock of its own, so sample n of its output is sample n
-// + d of the input, where d stays the same until something is lost on the way. Where that is found:
-//  - G.711 to G.711: every packet is compared with the speech that was sent. Where it no longer fits, audio
-//  was lost
-//    inside; the packet is searched for in the latest three seconds of speech sent, and d begins anew (a
-//    slip). Packets too quiet to be told apart take the d of the next packet that is not; what is found
-//    nowhere is not measured but counted (`unmatched`).
+// How. The module keeps order, so sample n of its output is sample n + d of the input, where d stays the same
+// until audio is lost inside. The place of a packet in the output is known from its sequence number. Where d
+// comes from:
+//  - G.711 to G.711: every loud packet is compared with the speech that was sent. Where it does not fit,
+//    it is searched for in the latest three seconds of speech sent, and d begins anew: a slip. Quiet packets
+//    are measured when the loud ones around them have the same d.
 //  - with G.729 on either side: the wave form of a packet does not tell its place, two seconds of speech do.
-//  d is
-//    found by correlation in the first two seconds and again in the last two; in between the time stamps of
-//    RTP count. When both agree, all packets are measured. When they do not (a slip), only the packets of
-//    those four seconds are.
-// Silence fits everywhere: a slip within silence is noticed with the next words.
+//    d is found by correlation in the first two seconds and again in the last two. When both agree, all
+//    packets are measured; when they do not (a slip), only the packets of those four seconds are.
+// Packets whose place is not known are counted (`unmatched`) and not measured.
 #pragma once
 
 #include <cstdint>
@@ -51,8 +48,9 @@ class DelayMatcher {
 
     // The sender's next audio packet left at `atNs`.
     void OnSent(std::int64_t atNs);
-    // An audio packet with this RTP time stamp arrived at `atNs`. `newStream`: another SSRC or sequence.
-    void OnReceived(std::int64_t atNs, ULONG timestamp, std::span<const UBYTE> payload, bool newStream);
+    // An audio packet arrived at `atNs`. `number`: its place among the audio packets of its stream, those
+    // that were lost included. `newStream`: the first of a stream.
+    void OnReceived(std::int64_t atNs, ULONG number, std::span<const UBYTE> payload, bool newStream);
 
     std::size_t PacketsSent() const;
     std::int64_t SamplesReceived() const;
@@ -77,9 +75,10 @@ class DelayMatcher {
     };
 
     std::int64_t SamplesSent() const { return static_cast<std::int64_t>(sentAt.size() * packetSamples); }
-    std::int64_t Unwrap(ULONG timestamp, bool restarted, std::int64_t samples);
+    std::int64_t PositionOf(ULONG number, bool restarted, std::int64_t samples);
     void Note(std::int64_t atNs, std::int64_t lastSample);
     void Anchor(std::int64_t newOffset);
+    void PlaceWaiting();
     void MatchPacket(std::int64_t atNs, std::int64_t position, std::span<const UBYTE> payload);
     bool Fits(std::int64_t position, std::span<const std::int16_t> heard) const;
     bool Search(std::int64_t position, std::span<const std::int16_t> heard);
@@ -95,10 +94,10 @@ class DelayMatcher {
     std::int64_t epochNs = 0;
     std::vector<ULONG> sentAt;  // microseconds since the first, wrapping
     std::vector<Arrival> arrivals;
-    std::vector<Arrival> waiting;  // places of the output: quiet packets since the last that fitted
+    std::vector<Arrival> waiting;  // places of the output: quiet packets since the last loud one
 
-    bool clocked = false;
-    ULONG lastTimestamp = 0;
+    bool begun = false;
+    ULONG lastNumber = 0;
     std::int64_t lastPosition = 0;
     std::int64_t lastSamples = 0;
     std::int64_t samplesReceived = 0;

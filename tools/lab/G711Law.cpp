@@ -17,7 +17,7 @@ std::uint8_t EncodeAlaw(std::int16_t sample) {
     const int magnitude = (sample >= 0 ? sample : ~sample) >> 4;
     int code = magnitude;  // the first two segments are linear
     if (magnitude >= 32) {
-        const int segment = std::bit_width(static_cast<unsigned>(magnitude)) - 4;
+        const int segment = static_cast<int>(std::bit_width(static_cast<unsigned>(magnitude))) - 4;
         code = segment << 4 | ((magnitude >> (segment - 1)) & 15);
     }
     return static_cast<std::uint8_t>((sign | code) ^ AlawEvenBits);
@@ -32,10 +32,11 @@ std::int16_t DecodeAlaw(std::uint8_t byte) {
 }
 
 std::uint8_t EncodeUlaw(std::int16_t sample) {
-    const int sign = sample < 0 ? 0x80 : 0;
-    const int magnitude = std::min(std::abs(static_cast<int>(sample)), UlawClip) + UlawBias;
-    const int segment = std::bit_width(static_cast<unsigned>(magnitude)) - 8;
-    const int code = sign | segment << 4 | ((magnitude >> (segment + 3)) & 15);
+    const unsigned sign = sample < 0 ? 0x80 : 0;
+    const auto magnitude =
+        static_cast<unsigned>(std::min(std::abs(static_cast<int>(sample)), UlawClip) + UlawBias);
+    const unsigned segment = static_cast<unsigned>(std::bit_width(magnitude)) - 8;
+    const unsigned code = sign | segment << 4 | ((magnitude >> (segment + 3)) & 15);
     return static_cast<std::uint8_t>(~code);
 }
 

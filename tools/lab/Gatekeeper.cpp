@@ -171,10 +171,11 @@ void Gatekeeper::Serve(UdpSocket& from) {
     while (const std::optional<UdpSocket::Arrival> arrival = from.Receive(0)) {
         if (setup.tap) setup.tap(arrival->data, arrival->from);
         const std::optional<RasMessage> message = RasMessage::Decode(arrival->data);
-        if (message)
+        if (message) {
             OnMessage(*message, arrival->from);
-        else
+        } else {
             Report(Event::Malformed, "a datagram from " + ToText(arrival->from) + " is no RAS message");
+        }
     }
 }
 
@@ -252,10 +253,11 @@ void Gatekeeper::Admit(const h323::RegistrationRequest& request, const SockAddr&
     if (known != nullptr && known->callSignal.Address() != signal->Address())
         return Reject(request, h323::RegistrationRejectReason::DuplicateAlias, from);
     module.endpoint = known != nullptr ? known->endpoint : ToUtf16("lab_" + std::to_string(++endpointsNamed));
-    if (known != nullptr)
+    if (known != nullptr) {
         *known = module;
-    else
+    } else {
         modules.push_back(module);
+    }
     Confirm(request, module, from);
     Report(Event::Registration, (module.alias.empty() ? "a module without a name" : module.alias) +
                                     " registered from " + ToText(from));

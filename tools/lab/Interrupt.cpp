@@ -1,7 +1,6 @@
 #include "tools/lab/Interrupt.h"
 
-#include <signal.h>
-
+#include <csignal>
 #include <initializer_list>
 
 namespace lab {

@@ -100,18 +100,20 @@ class LoadCommand {
     // A line that moves on a terminal, one now and then elsewhere.
     bool Show(const LoadGenerator::Progress& progress) const {
         const bool terminal = isatty(STDERR_FILENO) != 0;
-        if (terminal || std::lround(progress.seconds) % QuietSeconds == 0)
+        if (terminal || std::lround(progress.seconds) % QuietSeconds == 0) {
             std::fprintf(stderr, "%s%4.0f of %d s: %llu packets sent, %llu received%s", terminal ? "\r" : "",
                          progress.seconds, options.seconds, static_cast<unsigned long long>(progress.sent),
                          static_cast<unsigned long long>(progress.received), terminal ? " " : "\n");
+        }
         return !Interrupted();
     }
 
     int Judge(const LoadResult& result) const {
-        if (json)
+        if (json) {
             std::printf("%s\n", result.ToJson().dump(2).c_str());
-        else
+        } else {
             std::printf("%s", result.ToText().c_str());
+        }
         if (result.directions[0].received + result.directions[1].received == 0)
             return Complain("No audio came back at all.");
         int status = 0;
@@ -123,9 +125,10 @@ class LoadCommand {
         };
         check("loss", limits.lossPercent, result.LossPercent(), "percent");
         check("p99 of the added delay", limits.p99Ms, result.Delay().p99Ms, "ms");
-        if (!result.daemon && (limits.rssMb || limits.cpu))
+        if (!result.daemon && (limits.rssMb || limits.cpu)) {
             return Complain(
                 "The process of the module is not known, so --max-rss and --max-cpu cannot be checked.");
+        }
         if (!result.daemon) return status;
         check("resident memory", limits.rssMb, static_cast<double>(result.daemon->rssBytes) / BytesPerMb,
               "MB");

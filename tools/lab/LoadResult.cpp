@@ -25,6 +25,7 @@ nlohmann::json ToJson(const DirectionResult& direction) {
             {"outOfOrder", direction.late},
             {"duplicates", direction.duplicates},
             {"refused", direction.refused},
+            {"pauses", direction.pauses},
             {"slips", direction.slips},
             {"unmeasured", direction.unmeasured},
             {"delay", ToJson(direction.delays.Summarise())},
@@ -37,6 +38,23 @@ nlohmann::json ToJson(const LegSettings& leg) {
             {"srtp", !leg.srtp                        ? "none"
                      : *leg.srtp == SrtpKeys::Sha1_32 ? "32"
                                                       : "80"}};
+}
+
+std::string Irregularities(const DirectionResult& direction) {
+    const struct {
+        std::uint64_t count;
+        const char* meaning;
+    } rows[] = {{direction.pauses, "pauses over which the module's time stamps jumped"},
+                {direction.slips, "slips of audio inside the module"},
+                {direction.unmeasured, "packets without a delay"},
+                {direction.duplicates, "duplicates"},
+                {direction.refused, "refused"}};
+    std::string text;
+    for (const auto& row : rows) {
+        if (row.count == 0) continue;
+        text += (text.empty() ? "" : ", ") + Number(row.count) + " " + row.meaning;
+    }
+    return text;
 }
 
 }  // namespace
@@ -67,12 +85,13 @@ nlohmann::json LoadResult::ToJson() const {
                          {"moduleDrops", generator.moduleDrops},
                          {"sendErrors", generator.sendErrors},
                          {"cpuPerSecond", generator.cpuPerSecond}};
-    if (daemon)
+    if (daemon) {
         json["daemon"] = {{"cpuPerSecond", daemon->cpuPerSecond},
                           {"cpuPerSecondAndSlot", daemon->cpuPerSecond / options.slots},
                           {"rssBytes", daemon->rssBytes},
                           {"threads", daemon->threads},
                           {"descriptors", daemon->descriptors}};
+    }
     return json;
 }
 
@@ -88,30 +107,31 @@ std::string LoadResult::ToText() const {
     }
     std::string text = table.ToText();
     text += "Delay is what the module adds; jitter is the worst of any slot (RFC 3550).\n\n";
-    if (daemon)
+    if (daemon) {
         text += "Daemon     " + Decimal(daemon->cpuPerSecond, 3) + " CPU s a second, " +
                 Decimal(1000 * daemon->cpuPerSecond / options.slots, 2) + " ms a slot and second; " +
                 Decimal(static_cast<double>(daemon->rssBytes) / BytesPerMb, 1) + " MB resident; " +
                 std::to_string(daemon->threads) + " threads, " + std::to_string(daemon->descriptors) +
                 " descriptors\n";
+    }
     text += "Generator  " + Decimal(generator.cpuPerSecond, 3) + " CPU s a second; sent late by p99 " +
             Decimal(generator.lateness.p99Ms, 2) + " ms, max " + Decimal(generator.lateness.maxMs, 2) +
             " ms\n";
-    if (generator.stalls > 0)
+    if (generator.stalls > 0) {
         text += "Warning    the generator stalled " + Number(generator.stalls) +
-                " times: this machine is too slow or too busy for the load, and the figures are not the module's alone\n";
-    if (generator.ownDrops > 0)
+                " times: this machine is too slow or too busy for the load, and the figures are not the "
+                "module's alone\n";
+    }
+    if (generator.ownDrops > 0) {
         text += "Warning    the generator's own sockets dropped " + Number(generator.ownDrops) +
                 " packets: not all loss is the module's\n";
+    }
     if (generator.moduleDrops > 0)
         text += "           " + Number(generator.moduleDrops) + " packets overflowed the module's sockets\n";
     for (int side = 0; side < 2; ++side) {
         const DirectionResult& direction = directions[side];
-        if (direction.slips + direction.unmeasured + direction.duplicates + direction.refused == 0) continue;
-        text += std::string(Arrows[side]) + ": " + Number(direction.slips) +
-                " slips of audio inside the module, " + Number(direction.unmeasured) +
-                " packets without a delay, " + Number(direction.duplicates) + " duplicates, " +
-                Number(direction.refused) + " refused\n";
+        const std::string irregular = Irregularities(direction);
+        if (!irregular.empty()) text += std::string(Arrows[side]) + ": " + irregular + "\n";
     }
     return text;
 }

@@ -20,6 +20,7 @@ struct DirectionResult {
     std::uint64_t refused = 0;  // unauthentic, malformed or of a foreign payload type
     std::uint64_t lost = 0;     // summed over the slots: expected less received
     int slotsWithLoss = 0;
+    std::uint64_t pauses = 0;    // times the module's time stamps jumped between neighbouring packets
     std::size_t slips = 0;       // see DelayMatcher
     std::size_t unmeasured = 0;  // packets without a delay
     DelayStatistics delays;
@@ -40,7 +41,7 @@ struct DaemonCost {
 // Whether the generator itself can be believed.
 struct GeneratorHealth {
     DelaySummary lateness;          // of sending against the ideal clock
-    std::uint64_t stalls = 0;      // times it was so late that it went on at the usual pace, with a gap
+    std::uint64_t stalls = 0;       // times it was so late that it went on at the usual pace, with a gap
     std::uint64_t ownDrops = 0;     // packets that the kernel dropped at our own sockets
     std::uint64_t moduleDrops = 0;  // and at the module's
     std::uint64_t sendErrors = 0;

@@ -33,9 +33,10 @@ void ModuleChoice::AddOptions(CLI::App& command) {
 bool ModuleChoice::Prepare(ModuleSetup& module, int slots, FILE* progress, std::string& error) const {
     if (!address.empty()) {
         const std::optional<SockAddr> control = ParseSockAddr(address);
-        if (control)
+        if (control) {
             return module.Use({*control, static_cast<UWORD>(rtpBase != 0 ? rtpBase : DefaultRtpBase), 0},
                               error);
+        }
         error = "'" + address + "' is no address and port such as 127.0.0.1:40000.";
         return false;
     }
@@ -45,10 +46,11 @@ bool ModuleChoice::Prepare(ModuleSetup& module, int slots, FILE* progress, std::
     options.slots = slots;
     options.rtpBase = static_cast<UWORD>(rtpBase);
     if (!module.Start(options, error)) return false;
-    if (progress != nullptr)
+    if (progress != nullptr) {
         std::fprintf(progress, "Module %s registered (pid %d): control channel %s, RTP ports from %u.\n",
                      module.Registrar().Modules().front().alias.c_str(), module.Daemon().Pid(),
                      ToText(module.Control().Module()).c_str(), module.RtpBase());
+    }
     return true;
 }
 

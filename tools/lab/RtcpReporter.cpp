@@ -41,11 +41,12 @@ std::size_t RtcpReporter::Write(const RtpSender& sender, RtpReceiver& receiver, 
     }
     const std::span<const media::RtcpReportBlock> blocks(&block, tracker.Started() ? 1 : 0);
     media::RtcpBuilder builder(room.first(room.size() - overhead));
-    if (sender.Packets() > 0)
+    if (sender.Packets() > 0) {
         builder.AddSenderReport(sender.Ssrc(),
                                 {ToNtp(now), sender.Timestamp(), sender.Packets(), sender.Octets()}, blocks);
-    else
+    } else {
         builder.AddReceiverReport(sender.Ssrc(), blocks);
+    }
     builder.AddCname(sender.Ssrc(), "kestrel-lab");
     const std::size_t size = builder.Size();
     if (size == 0 || !outbound) return size;

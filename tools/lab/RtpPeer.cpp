@@ -96,7 +96,8 @@ bool RtpPeer::SendRtcp(std::span<const UBYTE> bytes) {
     return pair.rtcp.SendTo(bytes, SockAddr(leg.Address(), leg.Port() + 1));
 }
 
-std::shared_ptr<DelayMatcher> RtpPeer::MeasureTo(RtpPeer& listener, std::shared_ptr<const CodedSpeech> speech,
+std::shared_ptr<DelayMatcher> RtpPeer::MeasureTo(RtpPeer& listener,
+                                                 const std::shared_ptr<const CodedSpeech>& speech,
                                                  std::size_t firstPacket) {
     auto matcher = std::make_shared<DelayMatcher>(*speech, firstPacket,
                                                   SpeechReference::Of(*speech, listener.setup.codec));

@@ -54,7 +54,8 @@ class RtpPeer {
 
     // Measures what this peer is going to say as `listener` hears it: call it before Talk, with the same
     // speech. The result is the matcher's Finish, after Hush.
-    std::shared_ptr<DelayMatcher> MeasureTo(RtpPeer& listener, std::shared_ptr<const CodedSpeech> speech,
+    std::shared_ptr<DelayMatcher> MeasureTo(RtpPeer& listener,
+                                            const std::shared_ptr<const CodedSpeech>& speech,
                                             std::size_t firstPacket = 0);
 
     // Waits at most `ms` until `condition(const RtpReceiver&)` holds.

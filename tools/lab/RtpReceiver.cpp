@@ -78,7 +78,26 @@ void RtpReceiver::OnAudio(const media::RtpHeader& header, std::span<const UBYTE>
         recorder->Add(header.timestamp, payload, newStream);
         arrivals.push_back(atNs);
     }
-    if (matcher) matcher->OnReceived(atNs, header.timestamp, payload, newStream);
+    const ULONG number = NumberOf(header.sequence);
+    CountPause(number, header, payload.size(), newStream);
+    if (matcher) matcher->OnReceived(atNs, number, payload, newStream);
+}
+
+// The place of the packet that was just accepted among audio packets: events have sequence numbers, too.
+ULONG RtpReceiver::NumberOf(UWORD sequence) const {
+    const ULONG highest = tracker.HighestSequence();
+    const auto behind = static_cast<UWORD>(highest - sequence);
+    return highest - behind - static_cast<ULONG>(counts.events);
+}
+
+void RtpReceiver::CountPause(ULONG number, const media::RtpHeader& header, std::size_t payloadSize,
+                             bool newStream) {
+    const bool neighbour = !newStream && number == lastNumber + 1 && lastEvents == counts.events;
+    if (neighbour && header.timestamp != nextTimestamp) ++counts.pauses;
+    const std::size_t samples = payloadSize * FrameSamples / static_cast<std::size_t>(FrameBytes(codec));
+    lastNumber = number;
+    lastEvents = counts.events;
+    nextTimestamp = header.timestamp + static_cast<ULONG>(samples);
 }
 
 void RtpReceiver::OnTime() {

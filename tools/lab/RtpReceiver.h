@@ -25,6 +25,7 @@ struct ReceiveCounts {
     std::uint64_t malformed = 0;    // no RTP
     std::uint64_t unauthentic = 0;  // refused by SRTP
     std::uint64_t foreign = 0;      // another payload type
+    std::uint64_t pauses = 0;       // times the time stamp jumped between neighbouring audio packets
     double jitterMs = 0;            // RFC 3550, 6.4.1
     double worstJitterMs = 0;
 };
@@ -59,6 +60,8 @@ class RtpReceiver : private media::TelephoneEventReceiver::Listener {
  private:
     void OnDigit(char key, int ms) override { digits.push_back({key, ms}); }
     bool Follow(const media::RtpHeader& header, std::int64_t atNs, bool& newStream);
+    ULONG NumberOf(UWORD sequence) const;
+    void CountPause(ULONG number, const media::RtpHeader& header, std::size_t payloadSize, bool newStream);
     void OnAudio(const media::RtpHeader& header, std::span<const UBYTE> payload, std::int64_t atNs,
                  bool newStream);
 
@@ -70,6 +73,10 @@ class RtpReceiver : private media::TelephoneEventReceiver::Listener {
     media::TelephoneEventReceiver events;
     std::vector<Digit> digits;
     std::vector<std::int64_t> arrivals;
+    // The audio packet before.
+    ULONG lastNumber = 0;
+    ULONG nextTimestamp = 0;
+    std::uint64_t lastEvents = 0;
     bool pendingStart = true;  // the next audio packet begins a stream
     ReceiveCounts counts;
 };

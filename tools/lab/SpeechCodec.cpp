@@ -49,9 +49,10 @@ std::vector<std::int16_t> SpeechDecoder::Decode(std::span<const UBYTE> payload) 
         for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = decode(payload[i]);
         return samples;
     }
-    for (std::size_t i = 0; i < frames; ++i)
+    for (std::size_t i = 0; i < frames; ++i) {
         bcg729Decoder(g729, payload.data() + i * frameBytes, static_cast<UBYTE>(frameBytes), 0, 0, 0,
                       samples.data() + i * FrameSamples);
+    }
     return samples;
 }
 

@@ -7,9 +7,10 @@ namespace lab {
 
 std::string TextTable::ToText() const {
     std::vector<std::size_t> widths(rows.front().size());
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i)
             widths[i] = std::max(widths[i], row[i].size());
+    }
     std::string text;
     for (const auto& row : rows) {
         for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i) {

@@ -92,7 +92,7 @@ Comparison Compare(std::span<const std::int16_t> original, std::span<const std::
 double ToneLevel(std::span<const std::int16_t> samples, double frequency) {
     // Goertzel's recurrence under a Hann window, so that a neighbouring tone does not leak in.
     const double omega = 2 * std::numbers::pi * frequency / SampleRate;
-    const double count = static_cast<double>(samples.size());
+    const auto count = static_cast<double>(samples.size());
     double s1 = 0;
     double s2 = 0;
     double windowSum = 0;

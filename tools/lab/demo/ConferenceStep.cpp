@@ -65,10 +65,9 @@ std::vector<std::int16_t> Sum(std::span<const std::int16_t> a, int lagA, std::sp
 std::string ConferenceStep::Intro() const {
     return Format(
         "A (internal) and B (external) talk through slot %u, which hosts the conference; C joins with the "
-        "internal "
-        "leg of slot %u and hears the mix of A and B. What C says goes to the external leg of its own slot, "
-        "here D. "
-        "Each of A, B and C sends a tone of its own; the table shows which tones each of them hears.",
+        "internal leg of slot %u and hears the mix of A and B. What C says goes to the external leg of its "
+        "own slot, here D. Each of A, B and C sends a tone of its own; the table shows which tones each of "
+        "them hears.",
         HostSlot, MemberSlot);
 }
 
@@ -78,7 +77,7 @@ bool ConferenceStep::Run(DemoRun& run, ReportSection& section) {
 
 bool ConferenceStep::Connect(DemoRun& run, ReportSection& section) {
     for (size_t i = 0; i < Parties; ++i) {
-        const UWORD chan = static_cast<UWORD>((i < 2 ? HostSlot : MemberSlot) + i % 2);
+        const auto chan = static_cast<UWORD>((i < 2 ? HostSlot : MemberSlot) + i % 2);
         legs[i] = run.AddLeg({chan, std::string("party ") + Table[i].name, Table[i].codec}, section);
         if (legs[i] == nullptr) return false;
     }
@@ -157,8 +156,7 @@ bool ConferenceStep::Leave(DemoRun& run, ReportSection& section) {
     const std::uint64_t before = legs[2]->Peer().Counts().audio;
     if (!run.Wait(SettleSeconds, "C has left")) return false;
     const std::uint64_t after = legs[2]->Peer().Counts().audio - before;
-    section.Add({"packets that C hears after it has left", "0",
-                 Format("%llu", static_cast<unsigned long long>(after)), after == 0});
+    section.Add({"packets that C hears after it has left", "0", std::to_string(after), after == 0});
     legs[2]->Say(MakeTone(Table[2].tone, 1, ToneLevelDb));
     return true;
 }

@@ -100,15 +100,15 @@ void Demo::Describe(DemoRun& run) {
     }
     report.AddTile(Format("%zu", report.CheckCount()), "checks");
     report.AddTile(Format("%.1f s", run.Seconds()), "from start to end");
-    report.AddTile(Format("%llu", static_cast<unsigned long long>(packets)), "RTP packets in and out");
-    report.AddTile(Format("%llu", static_cast<unsigned long long>(lost)), "packets lost");
+    report.AddTile(std::to_string(packets), "RTP packets in and out");
+    report.AddTile(std::to_string(lost), "packets lost");
     report.AddTile(Format("%.1f ms", run.Delays().Percentile(0.5)), "median added delay");
     report.AddOverview("Packets per second", rates.Svg(),
                        "A row for each leg. The numbers are the highest rate of each direction.");
     report.AddOverview(
         "Delay that transcoding adds", run.Delays().Svg(),
-        "G.711 to G.729 and back: from the moment at which all audio of a packet had been sent to the "
-        "module to the moment at which the packet arrived from it. The coder's look-ahead is not in it.");
+        "G.711 to G.729 and back: from the moment at which all audio of a packet had been sent to the module "
+        "to the moment at which the packet arrived from it. The coder's look-ahead is not in it.");
     const ModuleLog log(run.Module().OwnsDaemon() ? run.Module().Daemon().Lines()
                                                   : std::vector<std::string>{});
     for (const auto& [name, value] : Machine::Facts()) report.AddFact(name, value);

@@ -8,7 +8,7 @@ namespace lab {
 
 void AddDemoCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<DemoOptions>();
-    options->output = "kestrel-demo";
+    options->output = "demo-out";
     CLI::App* demo =
         app.add_subcommand("demo", "Show and check everything that the module does, in about 40 seconds.");
     demo->add_option("--input", options->input,
@@ -20,9 +20,9 @@ void AddDemoCommand(CLI::App& app, int& status) {
                      "The daemon to be started (default: the one beside this program)")
         ->check(CLI::ExistingFile);
     demo->footer(
-        "Starts a gatekeeper and the daemon on this machine, places calls, and writes a report.\n"
-        "Needs no privileges and no network but loopback. Ctrl-C ends it cleanly.\n\n"
-        "Example: kestrel-lab demo --input my-voice.wav --output /tmp/demo");
+        "Starts a gatekeeper and the daemon on this machine, places calls, and writes a report.\nNeeds no "
+        "privileges and no network but loopback. Ctrl-C ends it cleanly.\n\nExample: kestrel-lab demo "
+        "--input my-voice.wav --output /tmp/demo");
     demo->callback([options, &status] { status = Demo(*options).Run(); });
 }
 

@@ -56,8 +56,8 @@ std::vector<std::string> Row(const std::string& name, const Digits& digits) {
 
 std::string DigitsStep::Intro() const {
     return "All sixteen keys are pressed at both ends at once as telephone events (RFC 4733). Each end is to "
-           "hear every "
-           "key of the other exactly once; those of the external leg are also reported to the call server.";
+           "hear every key of the other exactly once; those of the external leg are also reported to the "
+           "call server.";
 }
 
 bool DigitsStep::Run(DemoRun& run, ReportSection& section) {

@@ -1,9 +1,10 @@
 // Starts the module and checks that it finds its gatekeeper and registers.
 #include "tools/lab/demo/DiscoveryStep.h"
 
+#include <algorithm>
 #include <fstream>
 
-#include "tools/lab/SockAddrText.h"
+#include "tools/lab/demo/Machine.h"
 #include "tools/lab/demo/ResourcesLine.h"
 #include "tools/lab/demo/Text.h"
 
@@ -18,25 +19,24 @@ constexpr double UsualStartSeconds = 5;
 constexpr ULONG UsualQuantity = 500;
 constexpr double ResourcesPatienceSeconds = 3;
 
-// "KestrelCompressor xx-xx-xx-xx-xx-xx" in lower-case hexadecimal.
-bool IsAlias(const std::string& text) {
-    const std::string prefix = "KestrelCompressor ";
-    const std::string mac = text.starts_with(prefix) ? text.substr(prefix.size()) : "";
-    if (mac.size() != 17) return false;
-    for (size_t i = 0; i < mac.size(); ++i) {
-        const bool fits =
-            i % 3 == 2 ? mac[i] == '-' : std::string("0123456789abcdef").find(mac[i]) != std::string::npos;
-        if (!fits) return false;
-    }
-    return true;
+// The module has a name where the machine has an interface with a MAC address.
+void CheckAlias(const std::string& alias, ReportSection& section) {
+    const std::vector<std::string> macs = Machine::MacAddresses();
+    const bool known = std::any_of(macs.begin(), macs.end(), [&](const std::string& mac) {
+        return alias == "KestrelCompressor " + mac;
+    });
+    section.Add({"alias",
+                 macs.empty() ? "none, as no interface has a MAC address"
+                              : "KestrelCompressor and a MAC address of this machine",
+                 alias.empty() ? "none" : alias, macs.empty() ? alias.empty() : known});
 }
 
 }  // namespace
 
 std::string DiscoveryStep::Intro() const {
     return "A gatekeeper is started on this machine, then the daemon as a child process with a temporary "
-           "root. The module "
-           "is to find the gatekeeper, register with it, and answer requests at the port that it registered.";
+           "root. The module is to find the gatekeeper, register with it, and answer requests at the port "
+           "that it registered.";
 }
 
 bool DiscoveryStep::Run(DemoRun& run, ReportSection& section) {
@@ -61,8 +61,7 @@ bool DiscoveryStep::Run(DemoRun& run, ReportSection& section) {
 
 void DiscoveryStep::CheckRegistration(const Gatekeeper::Module& registered, DemoRun& run,
                                       ReportSection& section) {
-    section.Add(
-        {"alias", "KestrelCompressor and a MAC address", registered.alias, IsAlias(registered.alias)});
+    CheckAlias(registered.alias, section);
     section.Add({"product and version", "Kestrelon Compressor, TQ 1.3(117)",
                  registered.product + ", " + registered.version,
                  registered.product == "Kestrelon Compressor" && registered.version == "TQ 1.3(117)"});

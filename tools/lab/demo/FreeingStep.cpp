@@ -34,8 +34,7 @@ std::optional<StatsLine> FullStats(const std::vector<std::string>& lines, UWORD 
         if (at == std::string::npos ||
             std::sscanf(line.c_str() + at,
                         "Stats: %d - rx %d, tx %d, confq %*dms, rtp rxlen %*dms, tx discards (%*d, %*d), rx "
-                        "discards %d, "
-                        "avg delay %dms",
+                        "discards %d, avg delay %dms",
                         &number, &stats.rx, &stats.tx, &stats.discards, &stats.delay) != 5)
             continue;
         if (number == chan && (!best || stats.rx > best->rx)) best = stats;
@@ -53,8 +52,7 @@ std::uint64_t TotalReceived(DemoRun& run) {
 
 std::string FreeingStep::Intro() const {
     return "All slots are freed while their far ends are still talking. The module is to say goodbye (RTCP "
-           "BYE), send "
-           "nothing more, leave its ports to others, and have all its buffers back.";
+           "BYE), send nothing more, leave its ports to others, and have all its buffers back.";
 }
 
 bool FreeingStep::Run(DemoRun& run, ReportSection& section) {
@@ -112,8 +110,7 @@ bool FreeingStep::CheckSilence(DemoRun& run, ReportSection& section) {
     const std::uint64_t before = TotalReceived(run);
     if (!run.Wait(QuietSeconds, "silence")) return false;
     const std::uint64_t after = TotalReceived(run) - before;
-    section.Add({"packets from the module afterwards", "0",
-                 Format("%llu", static_cast<unsigned long long>(after)), after == 0});
+    section.Add({"packets from the module afterwards", "0", std::to_string(after), after == 0});
     for (DemoLeg& leg : run.Legs()) leg.Peer().Hush();
     return true;
 }

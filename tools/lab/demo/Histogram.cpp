@@ -43,7 +43,7 @@ void Histogram::Add(size_t direction, std::string name, std::span<const double> 
 
 double Histogram::Percentile(double share) const {
     if (all.empty()) return 0;
-    const auto rank = static_cast<size_t>(share * static_cast<double>(all.size() - 1) + 0.5);
+    const auto rank = static_cast<size_t>(std::lround(share * static_cast<double>(all.size() - 1)));
     return all[std::min(rank, all.size() - 1)];
 }
 
@@ -65,12 +65,12 @@ Histogram::Bins Histogram::Count() const {
 void Histogram::DrawAxes(SvgCanvas& canvas, const Bins& bins) const {
     const double most = bins.Highest();
     const double countStep = std::max(1.0, NiceStep(most, 4));
-    for (double count = 0; count <= most; count += countStep) {
+    for (const double count : Ticks(0, most, countStep)) {
         canvas.Line(Left, Y(count, most), Width, Y(count, most), "grid");
         canvas.Text(Left - 8, Y(count, most) + 4, Format("%g", count), "tick", SvgCanvas::Anchor::End);
     }
-    const double step = NiceStep(bins.Range(), 12);
-    for (double v = std::ceil(bins.first / step) * step; v <= bins.first + bins.Range(); v += step) {
+    const double end = bins.first + bins.Range();
+    for (const double v : Ticks(bins.first, end, NiceStep(bins.Range(), 12))) {
         canvas.Text(X(v, bins.first, bins.Range()), PlotBottom + 17, Format("%g", v), "tick",
                     SvgCanvas::Anchor::Middle);
     }
@@ -105,15 +105,17 @@ std::string Histogram::Svg() const {
         for (size_t direction = 0; direction < Directions; ++direction) {
             const double above = below + static_cast<double>(bins.counts[i][direction]);
             const double top = Y(above, bins.Highest());
-            if (above > below)
+            if (above > below) {
                 canvas.Rect(from + 0.5, top, to - from - 1, Y(below, bins.Highest()) - top, Bars[direction]);
+            }
             below = above;
         }
     }
     DrawMarks(canvas, bins);
-    for (size_t direction = 0; direction < Directions; ++direction)
-        canvas.Text(0, LabelRow * static_cast<double>(direction + 1), series[direction].name,
-                    Labels[direction]);
+    for (size_t direction = 0; direction < Directions; ++direction) {
+        const double row = LabelRow * static_cast<double>(direction + 1);
+        canvas.Text(0, row, series[direction].name, Labels[direction]);
+    }
     return canvas.Svg();
 }
 

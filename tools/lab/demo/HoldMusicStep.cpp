@@ -51,10 +51,8 @@ Comparison FindIn(const std::vector<std::int16_t>& loop, const std::vector<std::
 
 std::string HoldMusicStep::Intro() const {
     return "The internal leg gets a hold music source, a multicast group on this machine, and is then "
-           "unmapped. For one "
-           "more second the external leg hears the call, then the music; when the internal leg is mapped "
-           "again it hears "
-           "the call again.";
+           "unmapped. For one more second the external leg hears the call, then the music; when the internal "
+           "leg is mapped again it hears the call again.";
 }
 
 bool HoldMusicStep::Run(DemoRun& run, ReportSection& section) {

@@ -1,8 +1,11 @@
-// What the report says about the machine.
+// What the demonstration and its report need to know about the machine.
 #include "tools/lab/demo/Machine.h"
 
+#include <ifaddrs.h>
+#include <netpacket/packet.h>
 #include <sys/utsname.h>
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <fstream>
@@ -46,6 +49,23 @@ std::vector<std::pair<std::string, std::string>> Machine::Facts() {
             {"System", Format("%s, %s %s", ValueOf("/etc/os-release", "PRETTY_NAME").c_str(), kernel.sysname,
                               kernel.release)},
             {"Processors", Format("%u x %s", std::thread::hardware_concurrency(), processor.c_str())}};
+}
+
+std::vector<std::string> Machine::MacAddresses() {
+    std::vector<std::string> found;
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) return found;
+    for (const ifaddrs* one = first; one != nullptr; one = one->ifa_next) {
+        if (one->ifa_addr == nullptr || one->ifa_addr->sa_family != AF_PACKET) continue;
+        const auto& link = *reinterpret_cast<const sockaddr_ll*>(one->ifa_addr);
+        const unsigned char* mac = link.sll_addr;
+        if (link.sll_halen != 6 || std::all_of(mac, mac + 6, [](unsigned char byte) { return byte == 0; }))
+            continue;
+        found.push_back(
+            Format("%02x-%02x-%02x-%02x-%02x-%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]));
+    }
+    freeifaddrs(first);
+    return found;
 }
 
 }  // namespace lab

@@ -13,7 +13,7 @@ namespace {
 constexpr double Width = 900;
 constexpr double Left = 190;
 constexpr double Right = 860;
-constexpr double Top = 34;
+constexpr double Top = 46;
 constexpr double RowHeight = 36;
 constexpr double HalfRow = 15;
 constexpr double Interval = 0.5;  // seconds
@@ -65,30 +65,32 @@ void PacketRatePlot::AddStep(std::string name, double from, double to) {
     steps.push_back({std::move(name), from, to});
 }
 
-std::string PacketRatePlot::Svg() const {
+// Seconds that the picture covers.
+double PacketRatePlot::Length() const {
     double seconds = 1;
-    double most = 1;
     for (const Step& step : steps) seconds = std::max(seconds, step.to);
     for (const Leg& leg : legs) {
-        seconds =
-            std::max(seconds, Interval * static_cast<double>(std::max(leg.sent.size(), leg.received.size())));
-        most = std::max({most, Highest(leg.sent), Highest(leg.received)});
+        const size_t intervals = std::max(leg.sent.size(), leg.received.size());
+        seconds = std::max(seconds, Interval * static_cast<double>(intervals));
     }
-    const double perSecond = (Right - Left) / seconds;
-    const double bottom = Top + static_cast<double>(legs.size()) * RowHeight;
-    SvgCanvas canvas(Width, bottom + 24, "Packets per second of every leg over time");
+    return seconds;
+}
 
+void PacketRatePlot::DrawSteps(SvgCanvas& canvas, double perSecond, double bottom) const {
     for (size_t i = 0; i < steps.size(); ++i) {
         const double from = Left + steps[i].from * perSecond;
         const double width = (steps[i].to - steps[i].from) * perSecond;
         canvas.Rect(from, Top - 26, width, bottom - Top + 26, i % 2 ? "band odd" : "band");
         // A name that is wider than its band would run into the next one.
         if (width > 6.2 * static_cast<double>(steps[i].name.size())) {
-            canvas.Text(from + width / 2, Top - 11, steps[i].name, "tick", SvgCanvas::Anchor::Middle);
+            canvas.Text(from + width / 2, Top - 13, steps[i].name, "tick", SvgCanvas::Anchor::Middle);
         }
     }
-    canvas.Text(0, Top - 9, "to the module", "label in");
-    canvas.Text(0, Top + 6, "from the module", "label out");
+}
+
+void PacketRatePlot::DrawLegs(SvgCanvas& canvas, double perSecond) const {
+    double most = 1;
+    for (const Leg& leg : legs) most = std::max({most, Highest(leg.sent), Highest(leg.received)});
     double middle = Top + RowHeight / 2;
     for (const Leg& leg : legs) {
         canvas.Text(Left - 10, middle + 4, leg.label, "row", SvgCanvas::Anchor::End);
@@ -99,8 +101,18 @@ std::string PacketRatePlot::Svg() const {
         canvas.Text(Right + 5, middle + 13, Format("%.0f/s", Highest(leg.received)), "tick out");
         middle += RowHeight;
     }
-    const double step = NiceStep(seconds, 12);
-    for (double t = 0; t <= seconds; t += step) {
+}
+
+std::string PacketRatePlot::Svg() const {
+    const double seconds = Length();
+    const double perSecond = (Right - Left) / seconds;
+    const double bottom = Top + static_cast<double>(legs.size()) * RowHeight;
+    SvgCanvas canvas(Width, bottom + 24, "Packets per second of every leg over time");
+    DrawSteps(canvas, perSecond, bottom);
+    canvas.Text(0, Top - 24, "to the module", "label in");
+    canvas.Text(0, Top - 8, "from the module", "label out");
+    DrawLegs(canvas, perSecond);
+    for (const double t : Ticks(0, seconds, NiceStep(seconds, 12))) {
         canvas.Text(Left + t * perSecond, bottom + 16, Format("%g s", t), "tick", SvgCanvas::Anchor::Middle);
     }
     return canvas.Svg();

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/lab/demo/SvgCanvas.h"
+
 namespace lab {
 
 class PacketRatePlot {
@@ -34,6 +36,10 @@ class PacketRatePlot {
         double from;
         double to;
     };
+
+    double Length() const;
+    void DrawSteps(SvgCanvas& canvas, double perSecond, double bottom) const;
+    void DrawLegs(SvgCanvas& canvas, double perSecond) const;
 
     std::vector<Leg> legs;
     std::vector<Step> steps;

@@ -37,7 +37,7 @@ std::string Report::HeadHtml() const {
     html +=
         "</style></head>\n<body><main>\n<header><p class=\"product\">Kestrel "
         "Compressor</p>\n<h1>Demonstration</h1>\n";
-    html += Format("<p class=\"banner %s\">", failures ? "bad" : "ok");
+    html += Format(R"(<p class="banner %s">)", failures ? "bad" : "ok");
     html += failures ? Format("%zu of %zu checks failed", failures, CheckCount())
                      : Format("All %zu checks passed", CheckCount());
     html += "</p>\n<div class=\"tiles\">\n";
@@ -46,7 +46,7 @@ std::string Report::HeadHtml() const {
     }
     html += "</div>\n<nav>";
     for (size_t i = 0; i < sections.size(); ++i) {
-        html += Format("<a href=\"#s%zu\" class=\"%s\">%s</a> ", i + 1, sections[i].Failures() ? "bad" : "ok",
+        html += Format(R"(<a href="#s%zu" class="%s">%s</a> )", i + 1, sections[i].Failures() ? "bad" : "ok",
                        EscapeHtml(sections[i].Title()).c_str());
     }
     return html + "</nav>\n</header>\n";

@@ -14,9 +14,13 @@ class Report {
     // The sections stand in the order in which they were added; the reference stays valid.
     ReportSection& AddSection(std::string title, std::string intro);
     // A large figure at the top of the page, as "38" and "checks".
-    void AddTile(std::string figure, std::string meaning) { tiles.push_back({figure, meaning}); }
+    void AddTile(std::string figure, std::string meaning) {
+        tiles.push_back({std::move(figure), std::move(meaning)});
+    }
     // A line of the table of circumstances: versions, machine, command.
-    void AddFact(std::string name, std::string value) { facts.push_back({name, value}); }
+    void AddFact(std::string name, std::string value) {
+        facts.push_back({std::move(name), std::move(value)});
+    }
     // An overview picture above the sections.
     void AddOverview(std::string heading, std::string svg, std::string caption);
     void SetLog(std::string lines) { log = std::move(lines); }

@@ -24,8 +24,8 @@ void ReportSection::AddRecording(const std::string& title, const std::string& fi
                                  std::span<const std::uint8_t> bytes) {
     const std::string source =
         bytes.size() <= MostInlineBytes ? "data:audio/wav;base64," + Base64(bytes) : EscapeHtml(file);
-    recordings += "<div class=\"recording\"><span>" + EscapeHtml(title) +
-                  "</span><audio controls preload=\"none\" src=\"" + source + "\"></audio><a href=\"" +
+    recordings += R"(<div class="recording"><span>)" + EscapeHtml(title) +
+                  R"(</span><audio controls preload="none" src=")" + source + R"("></audio><a href=")" +
                   EscapeHtml(file) + "\">" + EscapeHtml(file) + "</a></div>\n";
 }
 

@@ -20,8 +20,7 @@ constexpr std::array Words{"Main process cleaning up...", "Discovery Closing..."
 
 std::string ShutdownStep::Intro() const {
     return "The module is told to end by SIGTERM. It is to withdraw its registration, take down its threads "
-           "in order and "
-           "end with status 0.";
+           "in order and end with status 0.";
 }
 
 bool ShutdownStep::Run(DemoRun& run, ReportSection& section) {

@@ -49,11 +49,10 @@ void SpeechCheck::AddTo(DemoRun& run, ReportSection& section) const {
 }
 
 void SpeechCheck::AddLossCheck(const ReceiveCounts& counts, const std::string& who, ReportSection& section) {
+    const std::uint64_t wrong = counts.missing + counts.late + counts.duplicates;
     section.Add({"packets lost, late or twice at " + who, "0 of all",
-                 Format("%llu of %llu",
-                        static_cast<unsigned long long>(counts.missing + counts.late + counts.duplicates),
-                        static_cast<unsigned long long>(counts.packets)),
-                 counts.packets > 0 && counts.missing + counts.late + counts.duplicates == 0});
+                 std::to_string(wrong) + " of " + std::to_string(counts.packets),
+                 counts.packets > 0 && wrong == 0});
 }
 
 }  // namespace lab

@@ -27,10 +27,9 @@ constexpr double PatienceSeconds = 2;
 
 std::string SrtpCallStep::Intro() const {
     return "The internal leg is in the clear (A-law, 20 ms), the external leg is protected with "
-           "AES_CM_128_HMAC_SHA1_80 "
-           "(A-law, 30 ms). A listener on the wire keeps every datagram of the external leg and afterwards "
-           "sends forged "
-           "ones to the module: under a wrong key, replayed, and with another sequence number.";
+           "AES_CM_128_HMAC_SHA1_80 (A-law, 30 ms). A listener on the wire keeps every datagram of the "
+           "external leg and afterwards sends forged ones to the module: under a wrong key, replayed, and "
+           "with another sequence number.";
 }
 
 bool SrtpCallStep::Run(DemoRun& run, ReportSection& section) {
@@ -72,7 +71,7 @@ bool SrtpCallStep::Speak(DemoRun& run, ReportSection& section) {
 }
 
 void SrtpCallStep::CheckWire(ReportSection& section) const {
-    const size_t tag = static_cast<size_t>(external->Settings().keys->TagLength());
+    const auto tag = static_cast<size_t>(external->Settings().keys->TagLength());
     const size_t payload = static_cast<size_t>(PacketMs) * SampleRate / 1000;
     const size_t length = media::RtpHeader::FixedSize + payload + tag;
     std::vector<UBYTE> wire;
@@ -89,10 +88,13 @@ void SrtpCallStep::CheckWire(ReportSection& section) const {
                  !datagrams.empty() && otherLengths == 0});
     const ReceiveCounts counts = external->Peer().Counts();
     section.Add({"packets that the far end authenticates", "all",
-                 Format("%llu of %llu", static_cast<unsigned long long>(counts.audio),
-                        static_cast<unsigned long long>(counts.audio + counts.unauthentic)),
+                 std::to_string(counts.audio) + " of " + std::to_string(counts.audio + counts.unauthentic),
                  counts.audio > 0 && counts.unauthentic == 0});
+    CheckSecrecy(wire, section);
+}
 
+// What the far end decrypted is the yardstick of what was to be hidden.
+void SrtpCallStep::CheckSecrecy(const std::vector<UBYTE>& wire, ReportSection& section) const {
     const std::vector<UBYTE> clear = external->Peer().Bytes();
     const size_t compared = std::min(clear.size(), wire.size());
     size_t equal = 0;
@@ -113,8 +115,7 @@ bool SrtpCallStep::Forge(DemoRun& run, ReportSection& section) {
     if (!SendForgeries(run) || !run.Wait(SettleSeconds, "forged packets")) return false;
     const std::uint64_t heard = internal->Peer().Counts().audio - before;
     section.Add({"forged packets (wrong key, replayed, changed) that the other leg hears",
-                 Format("0 of %zu", forged), Format("%llu", static_cast<unsigned long long>(heard)),
-                 heard == 0});
+                 Format("0 of %zu", forged), std::to_string(heard), heard == 0});
 
     const std::uint64_t silent = internal->Peer().Counts().audio;
     external->Say(run.Excerpt(44, TalkSeconds));

@@ -22,6 +22,7 @@ class SrtpCallStep : public DemoStep {
     bool Connect(DemoRun& run, ReportSection& section);
     bool Speak(DemoRun& run, ReportSection& section);
     void CheckWire(ReportSection& section) const;
+    void CheckSecrecy(const std::vector<UBYTE>& wire, ReportSection& section) const;
     bool Forge(DemoRun& run, ReportSection& section);
     bool SendForgeries(DemoRun& run);
 

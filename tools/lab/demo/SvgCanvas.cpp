@@ -22,7 +22,7 @@ void SvgCanvas::Rect(double x, double y, double width, double height, std::strin
 }
 
 void SvgCanvas::Path(std::string_view element, const Points& points, std::string_view style) {
-    body += Format("<%.*s class=\"%.*s\" points=\"", static_cast<int>(element.size()), element.data(),
+    body += Format(R"(<%.*s class="%.*s" points=")", static_cast<int>(element.size()), element.data(),
                    static_cast<int>(style.size()), style.data());
     for (const auto& [x, y] : points) body += Format("%.1f,%.1f ", x, y);
     body += "\"/>\n";
@@ -54,6 +54,15 @@ double NiceStep(double range, int count) {
         if (range / (unit * factor) <= count) return unit * factor;
     }
     return unit * 10;
+}
+
+std::vector<double> Ticks(double first, double last, double step) {
+    constexpr double Slack = 1e-9;  // a bound that is a multiple but for rounding counts
+    std::vector<double> ticks;
+    const auto from = static_cast<long>(std::ceil(first / step - Slack));
+    const auto to = static_cast<long>(std::floor(last / step + Slack));
+    for (long i = from; i <= to; ++i) ticks.push_back(static_cast<double>(i) * step);
+    return ticks;
 }
 
 }  // namespace lab

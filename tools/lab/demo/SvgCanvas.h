@@ -36,5 +36,7 @@ class SvgCanvas {
 
 // A step of 1, 2 or 5 times a power of ten by which `range` is divided into at most `count` parts.
 double NiceStep(double range, int count);
+// The multiples of `step` from `first` to `last`, both included.
+std::vector<double> Ticks(double first, double last, double step);
 
 }  // namespace lab

@@ -17,8 +17,8 @@ constexpr double MostMedianDelay = 60;  // ms; a packet of 20 ms waits for its f
 
 std::string TranscodedCallStep::Intro() const {
     return "The internal leg speaks G.711 A-law, the external leg G.729, both in packets of 20 ms. Two "
-           "different texts "
-           "cross at the same time; what each side hears is compared with what the other one said.";
+           "different texts cross at the same time; what each side hears is compared with what the other one "
+           "said.";
 }
 
 bool TranscodedCallStep::Run(DemoRun& run, ReportSection& section) {

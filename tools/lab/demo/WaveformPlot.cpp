@@ -18,8 +18,7 @@ constexpr size_t SamplesPerExtent = 80;
 constexpr double ExtentsPerSecond = 100;
 
 void DrawAxis(SvgCanvas& canvas, double seconds, double top, double bottom) {
-    const double step = NiceStep(seconds, 10);
-    for (double t = 0; t <= seconds + 1e-9; t += step) {
+    for (const double t : Ticks(0, seconds, NiceStep(seconds, 10))) {
         const double x = t / seconds * Width;
         canvas.Line(x, top, x, bottom, "grid");
         const auto anchor = t == 0           ? SvgCanvas::Anchor::Start
