@@ -51,7 +51,8 @@ ResourceReport::Counts ResourceReport::Count() {
     now.links = FreeLinks(OS_CRITICAL_LINK, OSLink::link_pool);
     now.bufs = FreeBuffers();
     now.callbacks = FreeLinks(OS_CRITICAL_CALLBACKS, OSCallback::callback_pool);
-    now.numasockets = AsyncSocket::sockets == nullptr ? 0 : AsyncSocket::sockets->Size();
+    const auto* asyncSockets = AsyncSocket::sockets.load();
+    now.numasockets = asyncSockets == nullptr ? 0 : asyncSockets->Size();
     now.numsockets = Socket::socket_list.Size();
     return now;
 }

@@ -14,7 +14,7 @@
 
 ULONG AsyncSocket::local_ipaddr = 0;
 int AsyncSocket::trace = 0;
-OSIndirectList<AsyncSocket>* AsyncSocket::sockets = nullptr;
+std::atomic<OSIndirectList<AsyncSocket>*> AsyncSocket::sockets = nullptr;
 
 namespace {
 
@@ -81,7 +81,7 @@ int AsyncSocket::Register(int error) {
     }
     const std::lock_guard<std::mutex> guard(ListLock());
     if (sockets == nullptr) sockets = new OSIndirectList<AsyncSocket>;
-    sockets->Append(this);
+    sockets.load()->Append(this);
     if (trace >= SignallingTrace && Console != nullptr) {
         Console->Print("AsyncSocket::Create - %p, port %d", static_cast<void*>(this), LocalPort());
     }
@@ -163,7 +163,7 @@ void AsyncSocket::Free() {
     if (socket.IsOpen()) {
         if (loop != nullptr) loop->Remove(*this, socket.Descriptor());
         const std::lock_guard<std::mutex> guard(ListLock());
-        sockets->Remove(this);
+        sockets.load()->Remove(this);
     }
     delete this;
 }

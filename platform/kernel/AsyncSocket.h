@@ -67,7 +67,8 @@ class AsyncSocket : public OSIO {
 
     static ULONG local_ipaddr;  // the primary address that was set, 0 when none was
     static int trace;           // 0 off, 1 sockets and signalling datagrams, 2 every datagram
-    static OSIndirectList<AsyncSocket>* sockets;  // every created socket; null when none ever was
+    // Every created socket; null when none ever was. Any thread may read its size.
+    static std::atomic<OSIndirectList<AsyncSocket>*> sockets;
 
  private:
     friend class kernel::TriggerLoop;
