@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+
 #include "app/ControlChannel/MediaPair.h"
 #include "platform/kernel/AsyncSocket.h"
 #include "platform/kernel/Clock.h"
@@ -58,7 +60,8 @@ ResourceReport::Counts ResourceReport::Count() {
 }
 
 void ResourceReport::PrintResources(const Counts& counts) {
-    const auto& lowest = OSBuf::min_count;
+    std::array<int, OSBuf::PoolCount> lowest{};
+    std::copy(std::begin(OSBuf::min_count), std::end(OSBuf::min_count), lowest.begin());
     Console->Print(
         "Resources: mem=%lu (%lu) L=%04d CB=%04d B=%02d(%02d),%02d(%02d),%02d(%02d),%02d(%02d) "
         "AsyncSockets=%d "
@@ -70,8 +73,7 @@ void ResourceReport::PrintResources(const Counts& counts) {
 
 void ResourceReport::PrintLeaks() {
     const CriticalSectionLock lock(OS_CRITICAL_BUFFERS);
-    for (const OSBuf* buf = OSBuf::allocated_list.Head(); buf != nullptr;
-         buf = OSBuf::AllocatedList::Next(buf)) {
+    for (const OSBuf* buf : OSBuf::allocated_list.OldestFirst()) {
         // Those behind it are younger.
         if (os_expired(buf->stamp, LeakAgeMs) == 0) return;
         PrintLeak(*buf);
@@ -81,12 +83,13 @@ void ResourceReport::PrintLeaks() {
 void ResourceReport::PrintLeak(const OSBuf& buf) {
     const ULONG age = (os_clock() - buf.stamp) / 1000;
     const auto* const address = static_cast<const void*>(&buf);
-    const char* name = SymbolName(buf.allocator);
+    const void* allocator = buf.allocator;
+    const char* name = SymbolName(allocator);
     if (name == nullptr) {
         Console->Print("BufLeak: buf %p, size %d, len %d, age %us, ptr %p", address, buf.size, buf.len, age,
-                       buf.allocator);
+                       allocator);
     } else {
         Console->Print("BufLeak: buf %p, size %d, len %d, age %us, ptr %p (%s)", address, buf.size, buf.len,
-                       age, buf.allocator, name);
+                       age, allocator, name);
     }
 }

@@ -6,6 +6,7 @@
 #include "app/Globals.h"
 #include "platform/kernel/Clock.h"
 #include "platform/kernel/OSConsole.h"
+#include "platform/kernel/Scheduling.h"
 
 namespace {
 constexpr ULONG AtOnceMs = 1;
@@ -54,6 +55,8 @@ void Compressor::Main() {
 void Compressor::Startup() {
     Console->Print("Compressor::Main - TLSTrigger...");
     OSTrigger::TLSInitialise();
+    // Ordinary threads, the call server's among them, must not keep audio from the relay threads.
+    kernel::RunBeforeOrdinaryThreads();
     auto trigger = std::make_unique<OSTimerTrigger>(0, 0);
     trigger->SetCallback(_UpdateTrigger, this, nullptr, 0);
     updateTrigger = trigger.release();

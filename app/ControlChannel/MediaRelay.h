@@ -38,17 +38,17 @@ class MediaRelay : public MediaDevice {
     MediaChannel* const channel;
     G729Coder g729coder;
     G729Decoder g729decoder;
-    ULONG ts;                   // sample clock of the next packet
-    CRITICAL_SECTION rxq_cs;    // guards rxq and rxok
-    OSIndirectList<OSBuf> rxq;  // received frames, oldest first
-    bool rxok = false;          // a frame has been queued
-    OSIndirectList<OSBuf> txq;  // frames for the next packet
-    ULONG txlen = 0;            // bytes in txq
-    bool txstarted = false;     // a frame has been sent
-    Counter delay;              // milliseconds from arrival to packing, summed
-    Counter delay_count;        // frames in that sum
-    const bool holdMusic;       // serves a hold music stream
-    OSLinkList<OSBuf> confq;    // linear copies of received frames, for the conference mixer
+    ULONG ts;                                // sample clock of the next packet
+    CRITICAL_SECTION rxq_cs;                 // guards rxq and rxok
+    OSIndirectList<OSBuf> rxq{MaxRxFrames};  // received frames, oldest first
+    bool rxok = false;                       // a frame has been queued
+    OSIndirectList<OSBuf> txq{MaxRxFrames};  // frames for the next packet
+    ULONG txlen = 0;                         // bytes in txq
+    bool txstarted = false;                  // a frame has been sent
+    Counter delay;                           // milliseconds from arrival to packing, summed
+    Counter delay_count;                     // frames in that sum
+    const bool holdMusic;                    // serves a hold music stream
+    OSLinkList<OSBuf> confq;                 // linear copies of received frames, for the conference mixer
 
  private:
     OSBuf* ToSamples(OSBuf* payload);

@@ -10,6 +10,7 @@
 #include "app/ControlChannel/RelayPacing.h"
 #include "platform/kernel/Clock.h"
 #include "platform/kernel/OSConsole.h"
+#include "platform/kernel/Scheduling.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ void RelayThread::OnStop() {
 void RelayThread::Main() {
     Console->Print("RelayThread::Main - chan %d - thread started", parent->chan);
     RaisePriority();
+    kernel::KeepOnProcessor(static_cast<unsigned>(parent->chan) / 2);
     // Never re-based: after overruns the cycles catch up until they are back on the grid.
     ULONG tstamp = os_clock();
     while (!done) {

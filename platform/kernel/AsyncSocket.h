@@ -50,6 +50,7 @@ class AsyncSocket : public OSIO {
     // thread.
     void Free();
 
+    bool IsMedia() const { return !signalling; }
     int LocalPort() const { return socket.LocalPort(); }
     ULONG RefusedCount() const { return refused.load(std::memory_order_relaxed); }
     ULONG SendErrors() const { return sendErrors.load(std::memory_order_relaxed); }

@@ -5,14 +5,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/kernel/Clock.h"
 #include "platform/kernel/OSBufPools.h"
 #include "platform/kernel/OSConsole.h"
 
 CRITICAL_SECTION OS_CRITICAL_BUFFERS;
-OSBuf::Pool OSBuf::buffer_pool[PoolCount];
-int OSBuf::min_count[PoolCount];
-OSBuf::AllocatedList OSBuf::allocated_list;
+OSBufPool OSBuf::buffer_pool[PoolCount];
+std::atomic<int> OSBuf::min_count[PoolCount];
+const OSBuf::AllocatedList OSBuf::allocated_list;
 
 namespace {
 
@@ -25,25 +24,8 @@ constexpr int PrintedBytes = 12;
 
 }  // namespace
 
-void OSBuf::AllocatedList::Append(OSBuf* buf) {
-    buf->older = tail;
-    buf->newer = nullptr;
-    (tail == nullptr ? head : tail->newer) = buf;
-    tail = buf;
-    ++size;
-}
-
-void OSBuf::AllocatedList::Remove(OSBuf* buf) {
-    (buf->older == nullptr ? head : buf->older->newer) = buf->newer;
-    (buf->newer == nullptr ? tail : buf->newer->older) = buf->older;
-    --size;
-}
-
 OSBuf* OSBuf::Take(int bytes, const void* caller) {
-    bytes = std::clamp(bytes, 0, 0xFFFF);
-    const ULONG now = os_clock();
-    if (OSBuf* buf = OSBufPools::Take(bytes, now, caller)) return buf;
-    return OSBufPools::MakeOnHeap(bytes, now, caller);
+    return OSBufPools::Take(std::clamp(bytes, 0, 0xFFFF), caller);
 }
 
 [[gnu::noinline]] OSBuf* OSBuf::Alloc(int bytes) {
@@ -88,7 +70,7 @@ UBYTE* OSBuf::Append(int bytes) {
 [[gnu::noinline]] OSBuf* OSBuf::Duplicate() const {
     OSBuf* copy = Take(len + DuplicateHeadroom, __builtin_return_address(0));
     copy->PushData(data, len);
-    copy->stamp = stamp;
+    copy->stamp = stamp.load();
     return copy;
 }
 

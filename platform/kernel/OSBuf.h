@@ -7,9 +7,12 @@
 // O(1).
 #pragma once
 
+#include <atomic>
 #include <span>
+#include <vector>
 
 #include "platform/kernel/CriticalSection.h"
+#include "platform/kernel/OSBufPool.h"
 #include "platform/kernel/OSLinkListObj.h"
 #include "platform/kernel/Types.h"
 
@@ -17,29 +20,12 @@ class OSBuf final : public OSLinkListObj {
  public:
     static constexpr int PoolCount = 4;
 
-    // The buffers that are allocated, oldest first, on links of their own: a buffer may stand in a list of
-    // its owner's as well.
+    // The buffers that are allocated. Call it under OS_CRITICAL_BUFFERS, which keeps those of the heap; those
+    // of the pools come and go meanwhile, but their memory stays.
     class AllocatedList {
      public:
-        OSBuf* Head() const { return head; }
-        static OSBuf* Next(const OSBuf* buf) { return buf->newer; }
-        int Size() const { return size; }
-
-     private:
-        friend class OSBufPools;
-        void Append(OSBuf* buf);
-        void Remove(OSBuf* buf);
-
-        OSBuf* head = nullptr;
-        OSBuf* tail = nullptr;
-        int size = 0;
-    };
-
-    // Free buffers of one size.
-    struct Pool {
-        int size = 0;  // bytes of room of each buffer
-        int free = 0;  // buffers in the pool now
-        OSBuf* first = nullptr;
+        std::vector<OSBuf*> OldestFirst() const;  // to the microsecond
+        int Size() const;
     };
 
     // A buffer with room for `bytes` bytes (at most 65535 are usable), stamped with os_clock(). A dry pool is
@@ -74,23 +60,29 @@ class OSBuf final : public OSLinkListObj {
     UBYTE* data = nullptr;  // where the data begins
     UWORD len = 0;          // bytes of data; may be lowered by the owner
     UWORD size = 0;         // bytes of room that the buffer was made with
-    ULONG stamp = 0;        // an os_clock value: when it was allocated, unless an owner set it since
-    const void* allocator = nullptr;  // code address of the caller of Alloc
+    // An os_clock value: when it was allocated, unless an owner set it since.
+    std::atomic<ULONG> stamp{0};
+    std::atomic<const void*> allocator{
+        nullptr};  // code address of the caller of Alloc, null while it is free
 
-    // All guarded by OS_CRITICAL_BUFFERS; allocated_list is oldest first.
-    static Pool buffer_pool[PoolCount];
-    static int min_count[PoolCount];  // lowest number of free buffers that each pool has had
-    static AllocatedList allocated_list;
+    static OSBufPool buffer_pool[PoolCount];
+    static std::atomic<int> min_count[PoolCount];  // lowest number of free buffers that each pool has had
+    static const AllocatedList allocated_list;
 
  private:
+    friend class OSBufPool;
     friend class OSBufPools;
     static OSBuf* Take(int bytes, const void* caller);
 
-    OSBuf* older = nullptr;  // on the list of allocated buffers
-    OSBuf* newer = nullptr;
-    UBYTE* store = nullptr;  // where the room begins
-    int capacity = 0;        // bytes of memory at `store`
-    int pool = -1;           // its pool, -1 for the heap
+    std::atomic<bool> allocated{false};
+    std::atomic<std::uint64_t> born{0};      // os_clock_us when it was allocated
+    UBYTE* store = nullptr;                  // where the room begins
+    int capacity = 0;                        // bytes of memory at `store`
+    int pool = -1;                           // its pool, -1 for the heap
+    int slot = 0;                            // its number in the pool
+    std::atomic<std::uint32_t> nextFree{0};  // in the pool: the number of the next free one plus one
+    OSBuf* heapPrev = nullptr;               // on the list of those of the heap
+    OSBuf* heapNext = nullptr;
 };
 
 extern CRITICAL_SECTION OS_CRITICAL_BUFFERS;

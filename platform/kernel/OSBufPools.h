@@ -11,17 +11,14 @@ class OSBufPools {
     // Empties the pools and frees what came from the heap. OS_MEMORY stays.
     static void Drop();
 
-    // The smallest free buffer with `bytes` of room, null when all are dry; and one from the heap. Both are
-    // on the list of allocated buffers from then on. Any thread.
-    static OSBuf* Take(int bytes, ULONG now, const void* caller);
-    static OSBuf* MakeOnHeap(int bytes, ULONG now, const void* caller);
+    // The smallest free buffer with `bytes` of room, from the heap when all are dry. Any thread.
+    static OSBuf* Take(int bytes, const void* caller);
     // Takes a buffer back, to where it came from. Any thread.
     static void Give(OSBuf* buf);
 
  private:
     static OSBuf* Place(void* memory, int size, int pool);
     static OSBuf* PopFrom(int bytes);
-    static void Push(OSBuf* buf);
-    static OSBuf* HandOut(OSBuf* buf, int bytes, ULONG now, const void* caller);
+    static OSBuf* MakeOnHeap(int bytes);
     static void ReleaseToHeap(OSBuf* buf);
 };

@@ -9,10 +9,12 @@
 // The part that does not depend on the entries' type.
 class OSIndirectListBase {
  public:
-    OSIndirectListBase() = default;
+    // The list keeps up to `ownLinks` links that its entries have left, so that a busy one, short of growing,
+    // has no need of the pool.
+    explicit OSIndirectListBase(int ownLinks) : ownLinks(ownLinks) {}
     OSIndirectListBase(const OSIndirectListBase&) = delete;
     OSIndirectListBase& operator=(const OSIndirectListBase&) = delete;
-    ~OSIndirectListBase() { Clear(); }
+    ~OSIndirectListBase();
 
     int Size() const { return size.load(std::memory_order_relaxed); }
     bool IsEmpty() const { return Size() == 0; }
@@ -27,9 +29,13 @@ class OSIndirectListBase {
 
  private:
     void Unlink(OSLink* link);
+    OSLink* NewLink(void* entry);
 
     OSLink* head = nullptr;
     OSLink* tail = nullptr;
+    OSLink* spare = nullptr;  // links without entries
+    int spares = 0;
+    const int ownLinks;
     std::atomic<int> size{0};
 };
 
@@ -49,6 +55,8 @@ class OSIndirectList : public OSIndirectListBase {
      private:
         OSLink* link;
     };
+
+    explicit OSIndirectList(int ownLinks = 0) : OSIndirectListBase(ownLinks) {}
 
     void Append(T* entry) { AppendEntry(entry); }
     // Takes the first link to `entry` out; false when there is none.

@@ -6,7 +6,7 @@ void OSLinkListBase::AppendObject(OSLinkListObj* object) {
     object->next = nullptr;
     (tail == nullptr ? head : tail->next) = object;
     tail = object;
-    size.fetch_add(1, std::memory_order_relaxed);
+    size.store(Size() + 1, std::memory_order_relaxed);
 }
 
 void OSLinkListBase::RemoveObject(OSLinkListObj* object) {
@@ -14,5 +14,5 @@ void OSLinkListBase::RemoveObject(OSLinkListObj* object) {
     (object->next == nullptr ? tail : object->next->prev) = object->prev;
     object->prev = nullptr;
     object->next = nullptr;
-    size.fetch_sub(1, std::memory_order_relaxed);
+    size.store(Size() - 1, std::memory_order_relaxed);
 }

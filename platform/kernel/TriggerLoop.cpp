@@ -90,6 +90,7 @@ void TriggerLoop::Wake() {
 bool TriggerLoop::Wait(int ms) {
     const std::uint64_t end =
         ms < 0 ? Never : os_clock_us() + static_cast<std::uint64_t>(ms * MicrosecondsPerMs);
+    GatherMedia();
     while (!closed) {
         const std::uint64_t now = os_clock_us();
         const std::int64_t left =
@@ -100,6 +101,13 @@ bool TriggerLoop::Wait(int ms) {
         if (end != Never && os_clock_us() >= end) return false;
     }
     return false;
+}
+
+// Under load a wake-up for each packet costs more than the packet. A loop that has read media in this
+// millisecond rests until the next, and then finds the packets of many sockets at once.
+void TriggerLoop::GatherMedia() {
+    if (mediaServed == 0 || mediaServed != os_clock_us() / MicrosecondsPerMs) return;
+    System().SleepUntil((mediaServed + 1) * MicrosecondsPerMs);
 }
 
 // Whether a wake-up, a readable socket, a ready trigger or a due timer waits for Poll.
@@ -161,9 +169,14 @@ void TriggerLoop::PollTriggers() {
 }
 
 void TriggerLoop::PollSockets() {
+    bool media = false;
     for (std::size_t i = 0; i < pending.size() && !closed; ++i) {
-        if (pending[i] != nullptr) pending[i]->OnReadable();
+        if (pending[i] == nullptr) continue;
+        media = media || pending[i]->IsMedia();
+        pending[i]->OnReadable();
     }
+    // With more than fits one wait there is no time to rest.
+    mediaServed = media && pending.size() < EventsPerWait / 2 ? os_clock_us() / MicrosecondsPerMs : 0;
     pending.clear();
 }
 

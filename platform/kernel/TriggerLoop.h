@@ -52,6 +52,7 @@ class TriggerLoop final : public Waitable {
  private:
     void Close();
     void Collect(std::int64_t timeout);
+    void GatherMedia();
     void Wake();
     void PollTriggers();
     void PollSockets();
@@ -63,7 +64,7 @@ class TriggerLoop final : public Waitable {
     void SiftDown(std::size_t at);
     void PlaceTimer(std::size_t at, OSTimerTrigger* timer);
 
-    static constexpr int EventsPerWait = 64;
+    static constexpr int EventsPerWait = 512;
 
     int epoll = -1;
     int wakeup = -1;  // eventfd
@@ -75,6 +76,7 @@ class TriggerLoop final : public Waitable {
     std::vector<AsyncSocket*> pending;  // readable; null where removed meanwhile
     bool collected = false;             // since the last Poll
     bool signalled = false;             // the wake-up was taken
+    std::uint64_t mediaServed = 0;      // the millisecond in which media sockets were last read
 
     CRITICAL_SECTION lock;
     std::vector<OSTrigger*> ready;        // guarded by `lock`, as are the heap and `sleepingUntil`

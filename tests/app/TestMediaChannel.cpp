@@ -8,7 +8,7 @@ namespace {
 
 class TestMediaChannel : public ControlTest {
  protected:
-    static int OpenSockets() { return AsyncSocket::sockets->Size(); }
+    static int OpenSockets() { return AsyncSocket::sockets.load()->Size(); }
 };
 
 TEST_F(TestMediaChannel, NumbersPortsAndStreams) {

@@ -225,7 +225,7 @@ TEST_F(TestRelayThread, AnyOrderOfRequestsAndPacketsIsSurvived) {
 TEST_F(TestRelayThread, ChurnLeavesNothingBehind) {
     const auto freeBuffers = [] {
         int count = 0;
-        for (const OSBuf::Pool& pool : OSBuf::buffer_pool) count += pool.free;
+        for (const OSBufPool& pool : OSBuf::buffer_pool) count += pool.free;
         return count;
     };
     RtpPeer peer;

@@ -47,8 +47,9 @@ TEST_F(TestResourceReport, TheFirstPassPrintsWhatThePoolsHold) {
         expected, sizeof expected,
         "Resources: mem=0 (0) L=%04d CB=%04d B=%02d(%02d),%02d(%02d),%02d(%02d),%02d(%02d) AsyncSockets=0 "
         "Sockets=0 ActiveChans=0\n",
-        cfg.link_qty, cfg.callback_qty, cfg.buf_qty[0], OSBuf::min_count[0], cfg.buf_qty[1],
-        OSBuf::min_count[1], cfg.buf_qty[2], OSBuf::min_count[2], cfg.buf_qty[3], OSBuf::min_count[3]);
+        cfg.link_qty, cfg.callback_qty, cfg.buf_qty[0], OSBuf::min_count[0].load(), cfg.buf_qty[1],
+        OSBuf::min_count[1].load(), cfg.buf_qty[2], OSBuf::min_count[2].load(), cfg.buf_qty[3],
+        OSBuf::min_count[3].load());
     EXPECT_EQ(console.Lines()[0], expected);
     first.Pass();
     EXPECT_EQ(console.Lines().size(), 1U);
@@ -97,18 +98,25 @@ TEST_F(TestResourceReport, ALowWaterCountAlonePrintsNothing) {
 std::string LeakLine(const OSBuf* buf, unsigned age) {
     char line[256];
     snprintf(line, sizeof line, "BufLeak: buf %p, size %d, len 40, age %us, ptr %p",
-             static_cast<const void*>(buf), buf->size, age, buf->allocator);
+             static_cast<const void*>(buf), buf->size, age, buf->allocator.load());
     return line;
 }
 
 TEST_F(TestResourceReport, LeaksAreNamedWheneverTheLineIsPrinted) {
-    OSBuf* leak = AllocateForTheLeakReport();
+    // Buffers of one microsecond have no order.
+    const auto allocate = [] {
+        const std::uint64_t now = os_clock_us();
+        while (os_clock_us() == now) {
+        }
+        return AllocateForTheLeakReport();
+    };
+    OSBuf* leak = allocate();
     leak->stamp = os_clock() - LeakAgeMs - 1500;
-    OSBuf* unnamed = AllocateForTheLeakReport();
+    OSBuf* unnamed = allocate();
     unnamed->stamp = os_clock() - LeakAgeMs;
     unnamed->allocator = nullptr;
-    OSBuf* young = AllocateForTheLeakReport();
-    OSBuf* behindYoung = AllocateForTheLeakReport();
+    OSBuf* young = allocate();
+    OSBuf* behindYoung = allocate();
     behindYoung->stamp = os_clock() - LeakAgeMs;
     for (int pass = 0; pass < 2; pass++) {
         const std::vector<std::string> lines = Pass();

@@ -94,6 +94,22 @@ TEST_F(TestAsyncSocket, AFloodedSocketDoesNotStarveAnother) {
     b->Free();
 }
 
+TEST_F(TestAsyncSocket, MediaOfOneMillisecondIsServedTogether) {
+    Receiver receiver;
+    AsyncSocket* a = Open(&receiver);
+    const SockAddr to = Address(*a);
+    ULONG served = os_clock() - 1;
+    for (int packet = 0; packet < 20; ++packet) {
+        Send(*a, "packet", &to);
+        WaitForSingleObject(OSTrigger::TLSGetEvent(), 1000);
+        EXPECT_NE(os_clock(), served);
+        served = os_clock();
+        OSTrigger::TLSPoll();
+    }
+    EXPECT_EQ(receiver.texts.size(), 20U);
+    a->Free();
+}
+
 TEST_F(TestAsyncSocket, OnlyTheConnectedPeerIsHeardAndStrangersAreNamedOnceASecond) {
     Receiver receiver;
     AsyncSocket* a = Open(&receiver);
@@ -250,7 +266,7 @@ class FailingOpens : public kernel::OperatingSystem {
 TEST_F(TestAsyncSocket, ChurnWithFailuresLeavesNoDescriptorAndNoEntry) {
     Open(nullptr)->Free();
     const int descriptors = OpenDescriptors();
-    const int entries = AsyncSocket::sockets->Size();
+    const int entries = AsyncSocket::sockets.load()->Size();
     {
         const FailingOpens failing;
         int failed = 0;
@@ -262,7 +278,7 @@ TEST_F(TestAsyncSocket, ChurnWithFailuresLeavesNoDescriptorAndNoEntry) {
         EXPECT_GT(failed, 3000);
     }
     EXPECT_EQ(OpenDescriptors(), descriptors);
-    EXPECT_EQ(AsyncSocket::sockets->Size(), entries);
+    EXPECT_EQ(AsyncSocket::sockets.load()->Size(), entries);
     EXPECT_EQ(Socket::socket_list.Size(), entries);
 }
 

@@ -22,7 +22,7 @@ class TestOSBuf : public LoopTest {
     }
     static std::vector<int> FreeCounts() {
         std::vector<int> counts;
-        for (const OSBuf::Pool& pool : OSBuf::buffer_pool) counts.push_back(pool.free);
+        for (const OSBufPool& pool : OSBuf::buffer_pool) counts.push_back(pool.free);
         return counts;
     }
 };
@@ -83,23 +83,27 @@ TEST_F(TestOSBuf, ADryPoolIsServedFromTheNextLargerThenFromTheHeap) {
         std::fill_n(taken.back()->data, row.bytes, 0xAA);
     }
     EXPECT_EQ(OSBuf::allocated_list.Size(), 11);
-    EXPECT_EQ(OSBuf::allocated_list.Head(), taken.front()) << "oldest first";
     for (std::size_t i = 0; i < taken.size(); i += 2) taken[i]->Free();
     for (std::size_t i = 1; i < taken.size(); i += 2) taken[i]->Free();
     EXPECT_EQ(FreeCounts(), (std::vector<int>{2, 3, 2, 1}));
-    EXPECT_EQ(std::vector<int>(OSBuf::min_count, OSBuf::min_count + 4), (std::vector<int>{0, 0, 0, 0}));
+    EXPECT_EQ(std::vector<int>(std::begin(OSBuf::min_count), std::end(OSBuf::min_count)),
+              (std::vector<int>{0, 0, 0, 0}));
 }
 
 TEST_F(TestOSBuf, ABufferMayStandInAListOfItsOwnersWhileItIsAllocated) {
     OSLinkList<OSBuf> queue;
     std::vector<OSBuf*> taken;
-    for (int i = 0; i < 5; ++i) taken.push_back(OSBuf::Alloc(10));
+    for (const int bytes : {10, 1000, 0, 5000, 100}) {  // of different pools, and of the heap
+        const std::uint64_t before = os_clock_us();
+        while (os_clock_us() == before) {
+        }
+        taken.push_back(OSBuf::Alloc(bytes));
+    }
     for (OSBuf* buf : taken) queue.Append(buf);
-    EXPECT_EQ(OSBuf::allocated_list.Size(), 5);
-    EXPECT_EQ(OSBuf::AllocatedList::Next(taken[1]), taken[2]);
+    EXPECT_EQ(OSBuf::allocated_list.OldestFirst(), taken);
     while (OSBuf* buf = queue.RemoveFirst()) buf->Free();
     EXPECT_EQ(OSBuf::allocated_list.Size(), 0);
-    EXPECT_EQ(OSBuf::allocated_list.Head(), nullptr);
+    EXPECT_TRUE(OSBuf::allocated_list.OldestFirst().empty());
 }
 
 TEST_F(TestOSBuf, TheCallerOfAllocIsRecorded) {
@@ -127,11 +131,14 @@ TEST_F(TestOSBuf, ThreadsShareThePoolsWithoutLosingABuffer) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([t] {
+            const auto mark = static_cast<UBYTE>(t);
             for (int i = 0; i < 5000; ++i) {
-                OSBuf* first = OSBuf::Alloc(t * 200);
-                OSBuf* second = OSBuf::Alloc(50);
-                first->Free();
-                second->Free();
+                OSBuf* buffers[] = {OSBuf::Alloc(t * 200 + 1), OSBuf::Alloc(50)};
+                for (OSBuf* buf : buffers) *buf->PushDown(1) = mark;
+                for (OSBuf* buf : buffers) {
+                    EXPECT_EQ(*buf->data, mark) << "another thread has it too";
+                    buf->Free();
+                }
             }
         });
     }
@@ -159,6 +166,16 @@ TEST_F(TestOSBuf, LinksAndCallbackRecordsReturnToTheirPools) {
     }
     EXPECT_EQ(OSLink::link_pool.count, links);
     EXPECT_EQ(OSCallback::callback_pool.count, records);
+    {
+        OSIndirectList<int> busy(2);
+        int values[3] = {};
+        for (int round = 0; round < 3; ++round) {
+            for (int& value : values) busy.Append(&value);
+            for (int& value : values) EXPECT_EQ(busy.RemoveFirst(), &value);
+            EXPECT_EQ(OSLink::link_pool.count, links - 2) << "it keeps two";
+        }
+    }
+    EXPECT_EQ(OSLink::link_pool.count, links);
 }
 
 }  // namespace

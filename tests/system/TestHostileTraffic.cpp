@@ -136,8 +136,13 @@ TEST_F(TestHostileTraffic, TheRasPortRefusesWhatIsNoAnswer) {
     ASSERT_TRUE(stranger.Open(SockAddr(0x7F000001, 0), error)) << error;
     for (int i = 0; i < 5000; ++i) stranger.SendTo(Random(300), registered->ras);
     ExpectAlive();
-    EXPECT_EQ(module.Registrar().Inquire(), 1U);
-    EXPECT_TRUE(module.Registrar().WaitFor(lab::Gatekeeper::Event::InfoResponse, 1, PatienceMs));
+    // An inquiry may be lost behind the flood, as any datagram may.
+    bool answered = false;
+    for (int attempt = 0; attempt < 20 && !answered; ++attempt) {
+        EXPECT_EQ(module.Registrar().Inquire(), 1U);
+        answered = module.Registrar().WaitFor(lab::Gatekeeper::Event::InfoResponse, 1, PatienceMs / 20);
+    }
+    EXPECT_TRUE(answered);
     EXPECT_EQ(module.Daemon().CountLines("RasEndpoint::OnUnregistered"), 0U);
     ExpectCleanEnd();
 }

@@ -18,6 +18,7 @@ constexpr int LogPatienceMs = 2000;
 constexpr double UsualStartSeconds = 5;
 constexpr ULONG UsualQuantity = 500;
 constexpr double ResourcesPatienceSeconds = 3;
+constexpr int SocketsAtRest = 3;  // discovery, registration, control
 
 // The module has a name where the machine has an interface with a MAC address.
 void CheckAlias(const std::string& alias, ReportSection& section) {
@@ -100,7 +101,7 @@ void DiscoveryStep::CheckResources(DemoRun& run, ReportSection& section) {
     const bool ready = run.WaitUntil(ResourcesPatienceSeconds, "the module's resources", [&] {
         for (const std::string& line : run.Module().Daemon().Lines())
             if (const auto parsed = ResourcesLine::Parse(line)) resources = parsed;
-        return resources && resources->asyncSockets > 0;
+        return resources && resources->asyncSockets >= SocketsAtRest;
     });
     section.Add({"pools and sockets of the module at rest", "sockets open, no slot",
                  resources ? resources->Words() : "no line", ready && resources->slots == 0});

@@ -1,0 +1,29 @@
+// Priority and placement of threads.
+#include "platform/kernel/Scheduling.h"
+
+#include <pthread.h>
+#include <sched.h>
+
+namespace kernel {
+
+bool RunBeforeOrdinaryThreads() {
+    sched_param param{};
+    param.sched_priority = sched_get_priority_min(SCHED_RR);
+    return pthread_setschedparam(pthread_self(), SCHED_RR, &param) == 0;
+}
+
+void KeepOnProcessor(unsigned index) {
+    cpu_set_t allowed;
+    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) return;
+    int skip = static_cast<int>(index % static_cast<unsigned>(CPU_COUNT(&allowed)));
+    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
+        if (!CPU_ISSET(cpu, &allowed) || skip-- > 0) continue;
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(cpu, &one);
+        sched_setaffinity(0, sizeof one, &one);
+        return;
+    }
+}
+
+}  // namespace kernel

@@ -1,0 +1,15 @@
+// How threads of the media path share the processors. For the calling thread.
+#pragma once
+
+namespace kernel {
+
+// From now on the thread runs before every ordinary thread, and behind those of higher real-time priority:
+// for a thread that feeds real-time threads. False, and nothing changed, without the privilege.
+bool RunBeforeOrdinaryThreads();
+
+// Keeps the thread on one of the processors that it may use, `index` modulo their number: real-time threads
+// that share a deadline are otherwise moved about at each wake-up, which costs more than many cycles do.
+// Without effect where the system refuses it.
+void KeepOnProcessor(unsigned index);
+
+}  // namespace kernel
