@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "platform/kernel/Clock.h"
 
@@ -47,7 +48,12 @@ void OSBufPools::Make(const KernelCfg& cfg) {
 
 void OSBufPools::Drop() {
     const CriticalSectionLock lock(OS_CRITICAL_BUFFERS);
-    while (heapBuffers != nullptr) ReleaseToHeap(heapBuffers);
+    for (OSBuf* buf = std::exchange(heapBuffers, nullptr); buf != nullptr;) {
+        OSBuf* next = buf->heapNext;
+        DeleteOnHeap(buf);
+        buf = next;
+    }
+    heapCount = 0;
     for (OSBufPool& pool : OSBuf::buffer_pool) pool.Close();
 }
 
@@ -87,8 +93,13 @@ void OSBufPools::Give(OSBuf* buf) {
         OSBuf::buffer_pool[buf->pool].Push(buf);
         return;
     }
-    const CriticalSectionLock lock(OS_CRITICAL_BUFFERS);
-    ReleaseToHeap(buf);
+    {
+        const CriticalSectionLock lock(OS_CRITICAL_BUFFERS);
+        (buf->heapPrev == nullptr ? heapBuffers : buf->heapPrev->heapNext) = buf->heapNext;
+        if (buf->heapNext != nullptr) buf->heapNext->heapPrev = buf->heapPrev;
+        --heapCount;
+    }
+    DeleteOnHeap(buf);
 }
 
 OSBuf* OSBufPools::MakeOnHeap(int bytes) {
@@ -101,10 +112,7 @@ OSBuf* OSBufPools::MakeOnHeap(int bytes) {
     return buf;
 }
 
-void OSBufPools::ReleaseToHeap(OSBuf* buf) {
-    (buf->heapPrev == nullptr ? heapBuffers : buf->heapPrev->heapNext) = buf->heapNext;
-    if (buf->heapNext != nullptr) buf->heapNext->heapPrev = buf->heapPrev;
-    --heapCount;
+void OSBufPools::DeleteOnHeap(OSBuf* buf) {
     buf->~OSBuf();
     ::operator delete(buf);
 }
@@ -121,6 +129,7 @@ std::vector<OSBuf*> OSBuf::AllocatedList::OldestFirst() const {
         allocated.emplace_back(buf->born, buf);
     std::sort(allocated.begin(), allocated.end());
     std::vector<OSBuf*> buffers;
+    buffers.reserve(allocated.size());
     for (const auto& [born, buf] : allocated) buffers.push_back(buf);
     return buffers;
 }

@@ -20,5 +20,5 @@ class OSBufPools {
     static OSBuf* Place(void* memory, int size, int pool);
     static OSBuf* PopFrom(int bytes);
     static OSBuf* MakeOnHeap(int bytes);
-    static void ReleaseToHeap(OSBuf* buf);
+    static void DeleteOnHeap(OSBuf* buf);
 };
