@@ -55,6 +55,7 @@ void Compressor::Main() {
 void Compressor::Startup() {
     Console->Print("Compressor::Main - TLSTrigger...");
     OSTrigger::TLSInitialise();
+    kernel::NameThread("module");
     // Ordinary threads, the call server's among them, must not keep audio from the relay threads.
     kernel::RunBeforeOrdinaryThreads();
     auto trigger = std::make_unique<OSTimerTrigger>(0, 0);

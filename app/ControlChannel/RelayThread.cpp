@@ -4,6 +4,7 @@
 #include <sched.h>
 
 #include <cerrno>
+#include <string>
 
 #include "app/ControlChannel/ConferenceMixer.h"
 #include "app/ControlChannel/MediaPair.h"
@@ -70,8 +71,7 @@ void RelayThread::OnStop() {
 
 void RelayThread::Main() {
     Console->Print("RelayThread::Main - chan %d - thread started", parent->chan);
-    RaisePriority();
-    kernel::KeepOnProcessor(static_cast<unsigned>(parent->chan) / 2);
+    Settle();
     // Never re-based: after overruns the cycles catch up until they are back on the grid.
     ULONG tstamp = os_clock();
     while (!done) {
@@ -80,6 +80,12 @@ void RelayThread::Main() {
         Rest(tstamp);
     }
     Console->Print("RelayThread::Main - chan %d - thread exiting", parent->chan);
+}
+
+void RelayThread::Settle() {
+    kernel::NameThread(("relay " + std::to_string(parent->chan)).c_str());
+    RaisePriority();
+    kernel::KeepOnProcessor(static_cast<unsigned>(parent->chan) / 2);
 }
 
 void RelayThread::RaisePriority() {

@@ -26,6 +26,7 @@ class RelayThread : public SimpleThread {
     static ULONG SleepTime(int spare) { return spare <= 2 ? 1 : static_cast<ULONG>(spare) - 1; }
 
  private:
+    void Settle();
     void RaisePriority();
     void Cycle();
     void Transfer(MediaRelay* irelay, MediaRelay* erelay, bool conference);

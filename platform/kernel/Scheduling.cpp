@@ -6,6 +6,10 @@
 
 namespace kernel {
 
+void NameThread(const char* name) {
+    pthread_setname_np(pthread_self(), name);
+}
+
 bool RunBeforeOrdinaryThreads() {
     sched_param param{};
     param.sched_priority = sched_get_priority_min(SCHED_RR);

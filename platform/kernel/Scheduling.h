@@ -3,6 +3,9 @@
 
 namespace kernel {
 
+// The thread's name in the lists of the system's tools, up to 15 characters.
+void NameThread(const char* name);
+
 // From now on the thread runs before every ordinary thread, and behind those of higher real-time priority:
 // for a thread that feeds real-time threads. False, and nothing changed, without the privilege.
 bool RunBeforeOrdinaryThreads();
