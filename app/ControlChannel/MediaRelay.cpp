@@ -129,6 +129,8 @@ void MediaRelay::Queue(OSBuf* frame) {
 }
 
 OSBuf* MediaRelay::GetRxBuf() {
+    // What is queued in this moment can wait for the next tick; most ticks find nothing on a leg.
+    if (rxq.IsEmpty()) return nullptr;
     const CriticalSectionLock held(rxq_cs);
     return rxok ? rxq.RemoveFirst() : nullptr;
 }

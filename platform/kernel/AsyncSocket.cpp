@@ -124,6 +124,7 @@ OSIORetCode AsyncSocket::DatagramIndication(OSBuf* buf, void* /*from*/, void* to
 void AsyncSocket::OnReadable() {
     bool gone = false;
     destroyed = &gone;
+    const bool signals = signalling;  // and may carry keys
     const std::shared_ptr<kernel::TriggerLoop> keeper = loop;
     kernel::ReceiveBatch& batch = keeper->Batch();
     // A negative count is an error that an earlier send met (ICMP) or nothing to read: the socket stays as it
@@ -131,6 +132,7 @@ void AsyncSocket::OnReadable() {
     const int count = kernel::System().ReceiveDatagrams(socket.Descriptor(), batch.Prepare());
     for (int i = 0; i < count && !gone && !stopped.load(std::memory_order_relaxed); ++i) {
         Deliver(batch.Bytes(i), batch.From(i), batch.IsTruncated(i));
+        if (signals) batch.Wipe(i);
     }
     if (!gone) destroyed = nullptr;
 }

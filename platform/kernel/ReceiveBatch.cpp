@@ -1,6 +1,8 @@
 // Room for one read.
 #include "platform/kernel/ReceiveBatch.h"
 
+#include <cstring>
+
 namespace kernel {
 
 ReceiveBatch::ReceiveBatch() {
@@ -27,6 +29,11 @@ std::span<const UBYTE> ReceiveBatch::Bytes(int index) const {
 
 bool ReceiveBatch::IsTruncated(int index) const {
     return (messages[static_cast<std::size_t>(index)].msg_hdr.msg_flags & MSG_TRUNC) != 0;
+}
+
+void ReceiveBatch::Wipe(int index) {
+    const auto at = static_cast<std::size_t>(index);
+    explicit_bzero(bytes[at].data(), messages[at].msg_len);
 }
 
 }  // namespace kernel

@@ -24,6 +24,8 @@ class ReceiveBatch {
     std::span<const UBYTE> Bytes(int index) const;
     SockAddr From(int index) const { return SockAddr(names[static_cast<std::size_t>(index)]); }
     bool IsTruncated(int index) const;
+    // Leaves nothing of a datagram behind.
+    void Wipe(int index);
 
  private:
     std::array<std::array<UBYTE, LargestBytes>, Datagrams> bytes;
