@@ -2,44 +2,33 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "app/Globals.h"
 #include "app/StartupPrint.h"
-#include "platform/kernel/OperatingSystem.h"
+#include "platform/kernel/DeviceFile.h"
 
 namespace {
 
 constexpr int SoftwareChannels = 500;
 
-// A file or device that is open for reading while the object lives.
-class HardwareFile {
- public:
-    explicit HardwareFile(const char* path) : fd(kernel::System().OpenDevice(path, O_RDONLY | O_CLOEXEC)) {}
-    ~HardwareFile() {
-        if (IsOpen()) kernel::System().CloseDescriptor(fd);
-    }
-    HardwareFile(const HardwareFile&) = delete;
-    HardwareFile& operator=(const HardwareFile&) = delete;
-
-    bool IsOpen() const { return fd >= 0; }
-
-    // What the first read of at most `bytes` gives; empty when it fails.
-    std::string_view Read(std::size_t bytes) {
-        if (!IsOpen()) return {};
-        const ssize_t count = kernel::System().ReadDevice(fd, std::span(content).first(bytes));
-        if (count <= 0) return {};
-        return {reinterpret_cast<const char*>(content.data()), static_cast<std::size_t>(count)};
-    }
-
- private:
-    int fd;
-    std::array<UBYTE, 16> content{};
-};
+std::shared_ptr<const kernel::DeviceFile> Open(const char* path) {
+    return kernel::DeviceFile::Open(path, O_RDONLY | O_CLOEXEC);
+}
 
 bool Exists(const char* path) {
-    return HardwareFile(path).IsOpen();
+    return Open(path) != nullptr;
+}
+
+// What the first read of at most `Bytes` gives; empty when it fails, or without a file.
+template <std::size_t Bytes>
+std::string Read(const std::shared_ptr<const kernel::DeviceFile>& file) {
+    std::array<UBYTE, Bytes> content{};
+    const ssize_t count = file != nullptr ? file->Read(content) : 0;
+    return {content.begin(), content.begin() + std::max<ssize_t>(count, 0)};
 }
 
 void Found(const char* message, int compression, int relay) {
@@ -49,7 +38,7 @@ void Found(const char* message, int compression, int relay) {
 }
 
 int ChannelsOf70xx() {
-    return HardwareFile("/Kestrelon/dsps").Read(15) == "02" ? 34 : 68;
+    return Read<15>(Open("/Kestrelon/dsps")) == "02" ? 34 : 68;
 }
 
 void DetectModel(std::string_view model) {
@@ -61,9 +50,8 @@ void DetectModel(std::string_view model) {
 }
 
 void DetectServerHardware() {
-    HardwareFile model("/Kestrelon/model");
-    if (model.IsOpen()) {
-        DetectModel(model.Read(16));
+    if (const auto model = Open("/Kestrelon/model")) {
+        DetectModel(Read<16>(model));
     } else if (Exists("/dev/xilinx0")) {
         Found("Ostrevin - found RKA3 hardware", 8, 30);
     } else if (Exists("/dev/fpga_dbg")) {

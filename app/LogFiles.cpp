@@ -16,7 +16,6 @@
 namespace {
 
 constexpr const char* RingDevice = "/dev/emlog4";
-constexpr mode_t FileMode = 0666;
 
 UString KeptLogName() {
     _SYSTEMTIME now{};
@@ -31,7 +30,7 @@ UString LogName() {
 }
 
 int OpenForWriting(const char* path, int flags) {
-    return open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | flags, FileMode);
+    return kernel::System().OpenDevice(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | flags);
 }
 
 // The stream's descriptor is replaced in one step, so that no other thread ever finds it closed, and stays as
@@ -41,13 +40,13 @@ bool Redirect(FILE* stream, const char* path) {
     if (fd < 0) return false;
     fflush(stream);
     const bool redirected = dup2(fd, fileno(stream)) >= 0;
-    close(fd);
+    kernel::System().CloseDescriptor(fd);
     return redirected;
 }
 
 bool WriteAll(int file, std::span<const UBYTE> piece) {
     while (!piece.empty()) {
-        const ssize_t written = write(file, piece.data(), piece.size());
+        const ssize_t written = kernel::System().WriteDevice(file, piece);
         if (written < 0) return false;
         piece = piece.subspan(static_cast<std::size_t>(written));
     }
@@ -75,7 +74,7 @@ void CopyToKeptLog(int device) {
         return;
     }
     Copy(device, file, name);
-    close(file);
+    kernel::System().CloseDescriptor(file);
 }
 
 void KeepRingLog() {

@@ -6,12 +6,15 @@
 
 #include "app/ControlChannel/MediaPair.h"
 #include "app/ControlChannel/TraceLine.h"
+#include "app/Globals.h"
+#include "common/rtpdev.h"
 #include "platform/kernel/OSConsole.h"
 #include "platform/kernel/RateLimit.h"
 
 namespace {
 
 constexpr ULONG StatisticsPeriod = 10000;  // ms; the rates of MediaPair::TraceStats rely on it
+constexpr int SecondReportDevice = 2;
 
 using Handler = void (ControlChannel::*)(ControlMessage&);
 
@@ -36,12 +39,17 @@ Handler HandlerOf(int event) {
 ControlChannel::ControlChannel(int base) : portbase(base), s(new AsyncSocket(true)) {
     s->Create(AsyncSocket::Datagram, 0, 0, false);
     s->Bind(this);
+    if (real_hardware) {
+        rtpDtmf = std::make_unique<RTPDevice>(SecondReportDevice);
+        rtpDtmf->SetDTMFCallback(RtpDtmfCallback, this);
+    }
     traceTimer.SetCallback(TraceTimer, this, nullptr, 0);
     traceTimer.SetTimer(StatisticsPeriod);
 }
 
 ControlChannel::~ControlChannel() {
     s->Free();
+    rtpDtmf.reset();
 }
 
 UWORD ControlChannel::GetPort() const {

@@ -1,8 +1,11 @@
 // The module's end of the control protocol: carries out the call server's requests, acknowledges each, and
 // reports the digits that external legs detect. Format and exchange: docs/control-protocol.md.
 //
-// Created, used and destroyed on the module thread, whose trigger loop runs its socket and its timer.
+// Created, used and destroyed on the module thread, whose trigger loop runs its socket, its timer and the
+// reports of the RTP driver.
 #pragma once
+
+#include <memory>
 
 #include "app/ControlChannel/ControlMessage.h"
 #include "platform/kernel/AsyncSocket.h"
@@ -11,10 +14,12 @@
 
 class KeyBlock;
 class MediaChannel;
+class RTPDevice;
 
 class ControlChannel : public OSIO {
  public:
-    // `base`: the media port of channel 0. Opens the control socket on a port that the system chooses.
+    // `base`: the media port of channel 0. Opens the control socket on a port that the system chooses, and on
+    // the telephony server's own hardware the driver's report device.
     explicit ControlChannel(int base);
     // Media pairs stay as they are.
     ~ControlChannel() override;
@@ -58,6 +63,7 @@ class ControlChannel : public OSIO {
     int portbase;
     AsyncSocket* s;
     int rx_seq = 0;  // of the message being handled; behind an acknowledgement one more than it
+    std::unique_ptr<RTPDevice> rtpDtmf;  // null but on the telephony server's own hardware
     OSTimerTrigger traceTimer{0, 0};
     SockAddr addr;  // source of the latest datagram
 };

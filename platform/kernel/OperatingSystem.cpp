@@ -5,6 +5,7 @@
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netpacket/packet.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr long MicrosecondsPerSecond = 1'000'000;
 constexpr long NanosecondsPerMicrosecond = 1000;
+constexpr mode_t Everybody = 0666;
 
 OperatingSystem* replaced = nullptr;
 
@@ -176,7 +178,11 @@ std::vector<NetworkInterface> OperatingSystem::Interfaces() {
 }
 
 int OperatingSystem::OpenDevice(const char* path, int flags) {
-    return open(path, flags | O_CLOEXEC);
+    return open(path, flags, Everybody);
+}
+
+int OperatingSystem::SetCloseOnExec(int fd) {
+    return fcntl(fd, F_SETFD, FD_CLOEXEC);
 }
 
 ssize_t OperatingSystem::ReadDevice(int fd, std::span<UBYTE> data) {
@@ -185,6 +191,15 @@ ssize_t OperatingSystem::ReadDevice(int fd, std::span<UBYTE> data) {
 
 ssize_t OperatingSystem::WriteDevice(int fd, std::span<const UBYTE> data) {
     return write(fd, data.data(), data.size());
+}
+
+int OperatingSystem::FileStatus(const char* path, struct stat& status) {
+    return stat(path, &status);
+}
+
+int OperatingSystem::MakeDeviceNode(const char* path, mode_t permissions, unsigned major, unsigned minor) {
+    const int made = mknod(path, S_IFCHR | permissions, makedev(major, minor));
+    return made == 0 ? chmod(path, permissions) : made;
 }
 
 OperatingSystem& System() {

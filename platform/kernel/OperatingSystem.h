@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <array>
@@ -54,9 +55,14 @@ class OperatingSystem {
     virtual unsigned DefaultRouteInterface();
     virtual std::vector<NetworkInterface> Interfaces();
 
+    // A file that the flags ask to create is everybody's to read and write, as far as the umask allows.
     virtual int OpenDevice(const char* path, int flags);
+    virtual int SetCloseOnExec(int fd);
     virtual ssize_t ReadDevice(int fd, std::span<UBYTE> data);
     virtual ssize_t WriteDevice(int fd, std::span<const UBYTE> data);
+    virtual int FileStatus(const char* path, struct stat& status);
+    // Makes the node of a character device, with exactly these permissions.
+    virtual int MakeDeviceNode(const char* path, mode_t permissions, unsigned major, unsigned minor);
 };
 
 // The one in force: the real one unless a test has put another in its place.

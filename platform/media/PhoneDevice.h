@@ -1,5 +1,6 @@
-// The media device of the telephony server's own hardware for one stream. The hardware carries the audio; the
-// object names the stream and its direction.
+// The media device of the telephony server's own hardware for one stream. The hardware carries the audio, so
+// none passes through here: the object names the stream and its direction to the endpoint that it is bound
+// to.
 #pragma once
 
 #include "platform/media/MediaDevice.h"
@@ -11,6 +12,7 @@ class PhoneDevice : public MediaDevice {
     PhoneDevice(UWORD stream, Direction direction) : sid(stream), direction(direction) {}
 
     int GetChannel() override { return sid; }
+    UWORD Stream() const { return sid; }
     Direction GetDirection() const { return direction; }
 
  private:

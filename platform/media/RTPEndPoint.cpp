@@ -1,33 +1,53 @@
 #include "platform/media/RTPEndPoint.h"
 
 #include "platform/kernel/OSConsole.h"
+#include "platform/media/HardwareStream.h"
 #include "platform/media/RtpSession.h"
 
-RTPEndPoint::RTPEndPoint(const SockAddr& /*localRtp*/, const SockAddr& /*localRtcp*/,
-                         unsigned short syscomptype, bool software)
-    : session(std::make_unique<media::RtpSession>(*this, rxdiscards, syscomptype, software)) {}
+RTPEndPoint::RTPEndPoint(const SockAddr& localRtp, const SockAddr& localRtcp, unsigned short syscomptype,
+                         bool software) {
+    if (software) {
+        session = std::make_unique<media::RtpSession>(*this, rxdiscards, syscomptype);
+    } else {
+        stream = std::make_unique<media::HardwareStream>(localRtp, localRtcp, syscomptype);
+    }
+}
 
 RTPEndPoint::~RTPEndPoint() = default;
 
 void RTPEndPoint::BindMediaSource(OSIO* source) {
     if (source != nullptr) source->Bind(this);
+    if (stream) stream->SetDevice(source);
 }
 
 void RTPEndPoint::BindMediaSink(OSIO* sink) {
-    session->input.SetSink(sink);
     if (sink != nullptr) sink->Bind(this);
+    if (session) session->input.SetSink(sink);
+    if (stream) stream->SetDevice(sink);
 }
 
 void RTPEndPoint::BindStreamData(OSIO* socket) {
-    session->BindData(socket);
+    if (session) session->BindData(socket);
 }
 
 void RTPEndPoint::BindStreamControl(OSIO* socket) {
-    session->BindControl(socket);
+    if (session) session->BindControl(socket);
 }
 
-void RTPEndPoint::SetMSA(const SockAddr& localRtp, const SockAddr& /*localRtcp*/, const SockAddr& remoteRtp,
-                         const SockAddr& remoteRtcp, int comp, int /*mfpp*/, int dtmfPayloadType) {
+void RTPEndPoint::SetMSA(const SockAddr& localRtp, const SockAddr& localRtcp, const SockAddr& remoteRtp,
+                         const SockAddr& remoteRtcp, int comp, int mfpp, int dtmfPayloadType) {
+    if (stream) {
+        media::StreamDescription description;
+        description.localRtp = localRtp;
+        description.localRtcp = localRtcp;
+        description.remoteRtp = remoteRtp;
+        description.remoteRtcp = remoteRtcp;
+        description.comp = comp;
+        description.mfpp = mfpp;
+        description.dtmfPayloadType = dtmfPayloadType;
+        stream->Start(description);
+        return;
+    }
     media::StreamAttributes attributes;
     attributes.remoteRtp = remoteRtp;
     attributes.remoteRtcp = remoteRtcp;
@@ -39,38 +59,49 @@ void RTPEndPoint::SetMSA(const SockAddr& localRtp, const SockAddr& /*localRtcp*/
 }
 
 void RTPEndPoint::SetDTMFCallback(DTMFCallback function, void* context) {
-    session->input.SetDigitCallback(function, context);
+    if (session) session->input.SetDigitCallback(function, context);
 }
 
 void RTPEndPoint::DTMFDigit(char digit, int duration) {
-    if (session->software) session->SendDigit(digit, duration);
+    if (session) session->SendDigit(digit, duration);
+    if (stream) stream->SendDigit(digit, duration);
 }
 
 void RTPEndPoint::ConferenceAdd(RTPEndPoint* member) {
-    if (!session->software && member != nullptr) session->conference.Append(member);
+    if (stream && member != nullptr && member->stream) stream->Add(*member->stream);
 }
 
 void RTPEndPoint::ConferenceRemove(RTPEndPoint* member) {
-    session->conference.Remove(member);
+    if (stream && member != nullptr && member->stream) stream->Remove(*member->stream);
 }
 
 int RTPEndPoint::SRTPEnable(int tagLength, unsigned char* localSalt, unsigned char* localKey,
                             unsigned char* remoteSalt, unsigned char* remoteKey) {
-    return session->Protect(tagLength, localSalt, localKey, remoteSalt, remoteKey);
+    if (session) return session->Protect(tagLength, localSalt, localKey, remoteSalt, remoteKey);
+    using Salt = media::SrtpSession::Salt;
+    using Key = media::SrtpSession::Key;
+    constexpr int SaltSize = media::SrtpSession::SaltSize;
+    constexpr int KeySize = media::SrtpSession::KeySize;
+    if (localSalt == nullptr || localKey == nullptr || remoteSalt == nullptr || remoteKey == nullptr)
+        return -1;
+    const bool accepted = stream->Protect({tagLength, Salt(localSalt, SaltSize), Key(localKey, KeySize),
+                                           Salt(remoteSalt, SaltSize), Key(remoteKey, KeySize)});
+    return accepted ? 0 : -1;
 }
 
 int RTPEndPoint::GetStats(_rtp_callstats* stats) {
     if (stats == nullptr) return -1;
+    if (stream) return stream->ReadStatistics(*stats) ? 0 : -1;
     session->FillStats(*stats);
     return 0;
 }
 
-OSIORetCode RTPEndPoint::DatagramIndication(OSBuf* buf, void* /*from*/, void* /*to*/) {
-    return session->output.SendAudio(buf);
+OSIORetCode RTPEndPoint::DatagramIndication(OSBuf* buf, void* from, void* to) {
+    return session ? session->output.SendAudio(buf) : OSIO::DatagramIndication(buf, from, to);
 }
 
 void RTPEndPoint::LowerReleased(OSIO* lower) {
-    session->Release(lower);
+    if (session) session->Release(lower);
 }
 
 void RTPEndPointOnDTMFDigit(int sid, char digit, int duration) {
@@ -80,5 +111,5 @@ void RTPEndPointOnDTMFDigit(int sid, char digit, int duration) {
 }
 
 void RtpSetRealTimeAudio() {
-    // The RTP driver carries the audio there and schedules it itself.
+    media::Hardware().StartRealTime();
 }

@@ -1,5 +1,7 @@
 // One RTP session of a leg: RTP and RTCP (RFC 3550) over the sockets bound to it, SRTP (RFC 3711), telephone
-// events (RFC 4733), and the media device whose audio it carries.
+// events (RFC 4733), and the media device whose audio it carries. On the telephony server's own hardware the
+// session is the hardware's (AudioHardware): the endpoint tells it what to do, by the stream of the phone
+// device bound to it; sockets and the digit callback are then left aside.
 //
 // Created, bound, started and destroyed on the thread in whose loop its sockets are; all that arrives and its
 // timers run there. The media device sends by DatagramIndication from any one thread at a time.
@@ -12,15 +14,17 @@
 #include "platform/media/RtpCallStats.h"
 
 namespace media {
+class HardwareStream;
 class RtpSession;
-}
+}  // namespace media
 
 class RTPEndPoint : public OSIO {
  public:
     using DTMFCallback = void (*)(void* context, char digit, int duration);
 
     // Local RTP and RTCP addresses; the compression type at the media side (Alaw, or Relay: payloads pass
-    // unchanged); `software`: packets travel through the bound sockets, not through the hardware.
+    // unchanged); `software`: packets travel through the bound sockets, not through the hardware, for which
+    // the two addresses, a multicast group perhaps, are where it listens.
     RTPEndPoint(const SockAddr& localRtp, const SockAddr& localRtcp, unsigned short syscomptype,
                 bool software);
     // Says BYE if the control stream is still there.
@@ -44,7 +48,7 @@ class RTPEndPoint : public OSIO {
     // Sends a digit ('0'-'9', '*', '#', 'A'-'D', '!' for flash) of `duration` milliseconds.
     void DTMFDigit(char digit, int duration);
 
-    // On hardware: mixes `member` in or out.
+    // On hardware: mixes `member` in or out. An endpoint that ends leaves its conferences by itself.
     void ConferenceAdd(RTPEndPoint* member);
     void ConferenceRemove(RTPEndPoint* member);
 
@@ -53,7 +57,7 @@ class RTPEndPoint : public OSIO {
     int SRTPEnable(int tagLength, unsigned char* localSalt, unsigned char* localKey,
                    unsigned char* remoteSalt, unsigned char* remoteKey);
 
-    // Fills the six counters; 0 on success.
+    // Fills the six counters; 0 on success, -1 where the hardware has none.
     int GetStats(_rtp_callstats* stats);
 
     // A packet of the media source: a 4-byte sample clock (host byte order), then the payload. Takes the
@@ -66,7 +70,8 @@ class RTPEndPoint : public OSIO {
     bool relayOption = false;  // the endpoint relays another leg's audio
 
  private:
-    std::unique_ptr<media::RtpSession> session;
+    std::unique_ptr<media::RtpSession> session;     // null on hardware
+    std::unique_ptr<media::HardwareStream> stream;  // null in software
 };
 
 // A digit that the RTP driver detected on stream `sid` while no callback was set for it: named on the

@@ -5,9 +5,8 @@
 
 namespace media {
 
-RtpSession::RtpSession(OSIO& owner, ULONG& discardCount, int syscomptype, bool software)
+RtpSession::RtpSession(OSIO& owner, ULONG& discardCount, int syscomptype)
     : syscomptype(syscomptype),
-      software(software),
       discards(discardCount),
       input(owner, inboundGate, discards),
       rtcp(owner, input, output, inboundGate, discards),
@@ -45,7 +44,6 @@ void RtpSession::Release(const OSIO* lower) {
 }
 
 void RtpSession::Start(const SockAddr& localRtp, const StreamAttributes& attributes) {
-    if (!software) return;
     output.Start(attributes);
     input.Start(attributes);
     if (control != nullptr) rtcp.Start(localRtp);

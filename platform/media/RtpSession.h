@@ -1,8 +1,7 @@
-// What an RTPEndPoint consists of: the two directions, the control protocol, their sockets and timers.
-// Threads as there.
+// What an RTPEndPoint consists of in software: the two directions, the control protocol, their sockets and
+// timers. Threads as there.
 #pragma once
 
-#include "platform/kernel/OSIndirectList.h"
 #include "platform/kernel/OSTimerTrigger.h"
 #include "platform/media/Discards.h"
 #include "platform/media/RtcpControl.h"
@@ -15,7 +14,7 @@ namespace media {
 class RtpSession {
  public:
     // `owner` hears of sockets that go; `discardCount` is its counter.
-    RtpSession(OSIO& owner, ULONG& discardCount, int syscomptype, bool software);
+    RtpSession(OSIO& owner, ULONG& discardCount, int syscomptype);
     ~RtpSession();
     RtpSession(const RtpSession&) = delete;
     RtpSession& operator=(const RtpSession&) = delete;
@@ -30,13 +29,11 @@ class RtpSession {
     void FillStats(_rtp_callstats& stats) const;
 
     const int syscomptype;
-    const bool software;
     Discards discards;
     SrtpGate inboundGate;
     RtpInput input;
     RtpOutput output;
     RtcpControl rtcp;
-    OSIndirectList<OSIO> conference;  // on hardware: who is mixed into this stream
 
  private:
     void SendEvents();

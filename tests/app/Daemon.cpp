@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +12,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "tests/support/Namespaces.h"
 
 namespace {
 
@@ -28,12 +28,7 @@ constexpr std::chrono::seconds Patience(20);
     for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     if (!prepare || prepare()) execv(KESTREL_DAEMON, words.data());
-    _exit(126);
-}
-
-// As root no user namespace is needed; as somebody else it grants the right to make the other.
-bool Unshare(int what) {
-    return unshare(what) == 0 || unshare(CLONE_NEWUSER | what) == 0;
+    _exit(CannotEnter);
 }
 
 }  // namespace
@@ -131,13 +126,4 @@ std::vector<std::string> TemporaryRoot::List(const std::string& folder) const {
     }
     std::sort(names.begin(), names.end());
     return names;
-}
-
-bool EnterOwnDev() {
-    return Unshare(CLONE_NEWNS) && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("none", "/dev", "tmpfs", 0, nullptr) == 0;
-}
-
-bool EnterOwnNetwork() {
-    return Unshare(CLONE_NEWNET);
 }

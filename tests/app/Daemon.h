@@ -60,8 +60,3 @@ class TemporaryRoot {
  private:
     std::string path;
 };
-
-// In a child: a mount namespace of its own, with an empty /dev of its own. False where the system refuses it.
-bool EnterOwnDev();
-// In a child: a network namespace of its own, in which no interface is up. False where the system refuses it.
-bool EnterOwnNetwork();

@@ -1,5 +1,6 @@
 // The daemon's log: the file that SIGHUP reopens, and the ring-buffer device.
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,10 +9,10 @@
 #include <fstream>
 
 #include "tests/app/Daemon.h"
+#include "tests/support/Namespaces.h"
+#include "tests/support/Preload.h"
 
 namespace {
-
-constexpr int CannotPrepare = 126;
 
 class TestLogOptions : public testing::Test {
  protected:
@@ -113,7 +114,7 @@ TEST_F(TestLogOptions, RingModeKeepsWhatTheDeviceHeld) {
         for (int i = 0; i < 20000 && ReadKept(start) != held; i++) usleep(1000);
         return ReadKept(start) == held ? 0 : daemon.Wait();
     }();
-    if (ring == CannotPrepare) GTEST_SKIP() << "mount namespaces are not allowed here";
+    if (ring == CannotEnter) GTEST_SKIP() << "mount namespaces are not allowed here";
     ASSERT_EQ(ring, 0) << daemon.Output();
     // The device is seen through the daemon's own root.
     const std::string device = "/proc/" + std::to_string(daemon.Pid()) + "/root/dev/emlog4";
@@ -150,11 +151,40 @@ TEST_F(TestLogOptions, RingModeFailures) {
         if (row.logFolder) own.MakeFolder("logs");
         Daemon daemon({"-hosted=" + own.Path(), "-log"}, row.prepare);
         const int status = daemon.Wait();
-        if (status == CannotPrepare) GTEST_SKIP() << "mount namespaces are not allowed here";
+        if (status == CannotEnter) GTEST_SKIP() << "mount namespaces are not allowed here";
         EXPECT_EQ(status, 0);
         EXPECT_NE(daemon.Output().find(row.last), std::string::npos) << daemon.Output();
         EXPECT_NE(daemon.Output().find(noStdout), std::string::npos);
     }
+}
+
+TEST_F(TestLogOptions, RingModeWithoutRoomForTheKeptLog) {
+    root.MakeFolder("logs");
+    const std::string logs = root.Path() + "/logs";
+    Daemon daemon(Arguments("-log"), [&] {
+        return PrepareRing(std::string(10000, 'r')) &&
+               mount("none", logs.c_str(), "tmpfs", 0, "size=4k") == 0;
+    });
+    if (!daemon.WaitForOutput("Write error 28 for file " + logs + "/Compressor_")) {
+        ASSERT_EQ(daemon.Wait(), CannotEnter) << daemon.Output();
+        GTEST_SKIP() << "mount namespaces are not allowed here";
+    }
+    EXPECT_TRUE(daemon.WaitForOutput(".log\n"));
+}
+
+TEST_F(TestLogOptions, RingModeWithoutStandardErrorEndsWithZero) {
+    root.MakeFolder("logs");
+    root.Write("ring", "");
+    const std::string ring = root.Path() + "/ring";
+    Daemon daemon(Arguments("-log"), [&] {
+        return EnterOwnDev() && symlink(ring.c_str(), "/dev/emlog4") == 0 && Preload(KESTREL_FAULT_LIBRARY) &&
+               setenv("KESTREL_FAULT_OPEN", "/dev/emlog4 3 13", 1) == 0;
+    });
+    const int status = daemon.Wait();
+    if (status == CannotEnter) GTEST_SKIP() << "mount namespaces are not allowed here";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(root.Read("ring"), "Failed to open log file \"/dev/emlog4\"\n for stderr\n");
+    EXPECT_EQ(root.List("").size(), 2U) << "nothing has been started";
 }
 
 }  // namespace

@@ -1,17 +1,24 @@
 // The real daemon from its first line to its exit status.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <memory>
 #include <regex>
 
 #include "tests/app/Daemon.h"
+#include "tests/support/Namespaces.h"
+#include "tests/support/Preload.h"
 
 namespace {
-
-constexpr int CannotPrepare = 126;
 
 // A UDP port of the loopback at which nobody answers gatekeeper requests: no test sends anything elsewhere.
 class SilentGatekeeper {
@@ -127,7 +134,7 @@ TEST_F(TestProcess, OptionsWithoutTheirArgumentEndItBeforeAnythingStarts) {
 TEST_F(TestProcess, TerminationEndsTheWaitForAnAddress) {
     Daemon daemon({"-hosted=" + root.Path(), "-gk", gatekeeper.Name()}, EnterOwnNetwork);
     if (!daemon.WaitForOutput("Waiting for IP Address.....")) {
-        ASSERT_EQ(daemon.Wait(), CannotPrepare) << daemon.Output();
+        ASSERT_EQ(daemon.Wait(), CannotEnter) << daemon.Output();
         GTEST_SKIP() << "network namespaces are not allowed here";
     }
     daemon.ReadFor(std::chrono::milliseconds(2500));
@@ -136,6 +143,80 @@ TEST_F(TestProcess, TerminationEndsTheWaitForAnAddress) {
     EXPECT_EQ(daemon.Wait(), 0);
     ExpectInOrder(daemon.Output(), {"Ostrevin TERMINATING", "Main process cleaning up...", "Bye bye....\n"});
     EXPECT_EQ(daemon.Output().find("Discovery"), std::string::npos);
+}
+
+// With a core size of 0 for good. Root has to give up the right to exceed it.
+bool ForbidCores() {
+    const rlimit none{0, 0};
+    return setrlimit(RLIMIT_CORE, &none) == 0 &&
+           (geteuid() != 0 || prctl(PR_CAPBSET_DROP, CAP_SYS_RESOURCE) == 0);
+}
+
+TEST_F(TestProcess, LimitsThatCannotBeRaisedAreReported) {
+    struct Row {
+        Daemon::Preparation prepare;
+        std::vector<std::string> texts;
+    };
+    const Row rows[] = {
+        {ForbidCores, {"setrlimit error 1\n", "RLIMIT_CORE - cur 0\n"}},
+        {[] { return Preload(KESTREL_FAULT_LIBRARY) && setenv("KESTREL_FAULT_NOFILE", "1", 1) == 0; },
+         {"RLIMIT_NOFILE - cur unlimited\n", "RLIMIT_NOFILE - max unlimited\n", "setrlimit error 1\n",
+          "RLIMIT_NOFILE - cur unlimited\n"}}};
+    for (const Row& row : rows) {
+        Daemon daemon(Arguments(), row.prepare);
+        ASSERT_TRUE(daemon.WaitForOutput("Discovery Started")) << "it goes on";
+        daemon.Signal(SIGTERM);
+        EXPECT_EQ(daemon.Wait(), 0);
+        ExpectInOrder(daemon.Output(), row.texts);
+    }
+}
+
+// SIGTERM to `pid` as a program with that code would send it; 0 as kill and -6 as tgkill do.
+int SendCoded(pid_t pid, int code) {
+    if (code == 0) return kill(pid, SIGTERM);
+    if (code == SI_TKILL) return static_cast<int>(syscall(SYS_tgkill, pid, pid, SIGTERM));
+    siginfo_t info{};
+    info.si_signo = SIGTERM;
+    info.si_code = code;
+    info.si_pid = getpid();
+    info.si_uid = getuid();
+    return static_cast<int>(syscall(SYS_rt_sigqueueinfo, pid, SIGTERM, &info));
+}
+
+TEST_F(TestProcess, TheOriginOfATerminationIsNamed) {
+    struct Row {
+        int code;
+        const char* name;
+    };
+    const Row rows[] = {{-7, "unknown"}, {-6, "asyncnl"}, {-5, "sigio"}, {-4, "asyncio"},
+                        {-3, "mesgq"},   {-2, "timer"},   {-1, "queue"}, {0, "user"}};
+    std::vector<std::unique_ptr<Daemon>> daemons;
+    for (std::size_t i = 0; i < std::size(rows); i++)
+        daemons.push_back(std::make_unique<Daemon>(Arguments()));
+    for (std::size_t i = 0; i < std::size(rows); i++) {
+        Daemon& daemon = *daemons[i];
+        ASSERT_TRUE(daemon.WaitForOutput("Waiting for IP Address"));
+        ASSERT_EQ(SendCoded(daemon.Pid(), rows[i].code), 0) << rows[i].name;
+        EXPECT_EQ(daemon.Wait(), 0);
+        const std::string line = "***** signal 15, code " + std::to_string(rows[i].code) + " (" +
+                                 rows[i].name + "), pid " + std::to_string(getpid()) + ", uid " +
+                                 std::to_string(getuid()) + "\n\n";
+        EXPECT_NE(daemon.Output().find(line), std::string::npos) << line << daemon.Output();
+    }
+}
+
+TEST_F(TestProcess, AnInterruptTypedAtItsTerminalComesFromTheKernel) {
+    int master = -1;
+    int slave = -1;
+    ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+    Daemon daemon(Arguments(), [slave] { return setsid() > 0 && ioctl(slave, TIOCSCTTY, 0) == 0; });
+    ASSERT_TRUE(daemon.WaitForOutput("Waiting for IP Address"));
+    ASSERT_EQ(write(master, "\x03", 1), 1);
+    EXPECT_EQ(daemon.Wait(), 0);
+    EXPECT_NE(daemon.Output().find("***** signal 2, code 128 (kernel), pid 0, uid 0\n\n"), std::string::npos)
+        << daemon.Output();
+    close(slave);
+    close(master);
 }
 
 TEST_F(TestProcess, OtherSignalsAreReportedAndChangeNothing) {

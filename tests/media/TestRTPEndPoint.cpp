@@ -437,28 +437,4 @@ TEST_F(TestRTPEndPoint, ThreadsShareTheSequence) {
     }
 }
 
-TEST_F(TestRTPEndPoint, OnHardwareNoPacketsTravelAndDigitsOfTheDriverAreNamed) {
-    Recorder data;
-    RTPEndPoint host(SockAddr(), SockAddr(), media::Alaw, false);
-    RTPEndPoint member(SockAddr(), SockAddr(), media::Alaw, false);
-    host.BindMediaSource(&device);
-    host.BindMediaSink(&device);
-    host.BindStreamData(&data);
-    host.SetMSA(SockAddr(), SockAddr(), SockAddr(Here, 9), SockAddr(Here, 10), media::Alaw, 20, Events);
-    host.ConferenceAdd(&member);
-    host.ConferenceAdd(nullptr);
-    host.ConferenceRemove(&member);
-    host.DTMFDigit('1', 40);
-    EXPECT_EQ(device.Send(Bytes(160, 1)), Blocked);
-    _rtp_callstats stats;
-    EXPECT_EQ(host.GetStats(&stats), 0);
-    EXPECT_EQ(stats.dropped_pkt + stats.jitter_changed + stats.sequence_err + stats.missed_cb +
-                  stats.dsp_rx_full + stats.dsp_tx_full,
-              0U);
-    EXPECT_EQ(host.GetStats(nullptr), -1);
-    EXPECT_TRUE(data.datagrams.empty());
-    RTPEndPointOnDTMFDigit(517, '#', 120);
-    EXPECT_EQ(console.Count("stream 517, digit #, duration 120"), 1);
-}
-
 }  // namespace
