@@ -1,12 +1,11 @@
 // ITU-T G.729 Annex A encoder with A-law samples at its input. One a stream; one thread at a time.
 #pragma once
 
-#include <memory>
+#include "platform/media/g729/Encoder.h"
 
 class G729Coder {
  public:
-    G729Coder();
-    ~G729Coder();
+    G729Coder() = default;
     G729Coder(const G729Coder&) = delete;
     G729Coder& operator=(const G729Coder&) = delete;
 
@@ -15,6 +14,5 @@ class G729Coder {
     int Encode(unsigned char* samples, unsigned char* frames, int count);
 
  private:
-    struct State;
-    std::unique_ptr<State> state;
+    g729::Encoder encoder;
 };

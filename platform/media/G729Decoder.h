@@ -15,6 +15,10 @@ class G729Decoder {
     // B) becomes silence to the end of that room. Returns the samples of whole frames.
     int Decode(unsigned char* frames, unsigned char* samples, int count);
 
+    // In place of one frame that was lost: 80 A-law samples in which what was heard last goes on and fades.
+    // Returns 80.
+    int DecodeErasure(unsigned char* samples);
+
  private:
     struct State;
     std::unique_ptr<State> state;

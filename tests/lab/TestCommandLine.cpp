@@ -67,7 +67,7 @@ TEST(CommandLine, SaysInPlainWordsWhatIsWrong) {
 }
 
 TEST(CommandLine, TeachesWithExamples) {
-    for (const char* command : {"gatekeeper", "send", "call", "load"}) {
+    for (const char* command : {"gatekeeper", "send", "call", "load", "codec"}) {
         const Outcome outcome = Lab({command, "--help"});
         EXPECT_EQ(outcome.status, 0) << command;
         EXPECT_NE(outcome.out.find(std::string("kestrel-lab ") + command), std::string::npos) << command;

@@ -1,5 +1,12 @@
-// G.729 there and back on a made-up voice, and the decoder on what no coder sends.
+// G.729 there and back on a made-up voice, alone and with another coder or decoder at the far end, with
+// losses, and the decoder on what no coder sends.
 #include <gtest/gtest.h>
+
+// The library's headers leave their C linkage to C++ callers.
+extern "C" {
+#include <bcg729/decoder.h>
+#include <bcg729/encoder.h>
+}
 
 #include <cmath>
 #include <random>
@@ -55,8 +62,58 @@ double Product(const std::vector<double>& a, const std::vector<double>& b, size_
     return sum;
 }
 
-TEST(TestG729, VoiceSurvivesInShapeAndLevel) {
-    constexpr int Samples = 2 * Rate;
+constexpr int Samples = 2 * Rate;
+
+std::vector<UBYTE> Encoded(std::vector<UBYTE> voice) {
+    std::vector<UBYTE> frames(voice.size() / 8);
+    G729Coder().Encode(voice.data(), frames.data(), static_cast<int>(voice.size()));
+    return frames;
+}
+
+std::vector<UBYTE> EncodedByOther(const std::vector<UBYTE>& voice) {
+    std::vector<std::int16_t> linear(voice.size());
+    AlawToLinear(const_cast<UBYTE*>(voice.data()), linear.data(), static_cast<int>(voice.size()));
+    std::vector<UBYTE> frames(voice.size() / 8);
+    auto* channel = initBcg729EncoderChannel(0);
+    for (size_t i = 0; i < frames.size() / 10; i++) {
+        UBYTE length = 0;
+        bcg729Encoder(channel, &linear[i * Frame], &frames[i * 10], &length);
+    }
+    closeBcg729EncoderChannel(channel);
+    return frames;
+}
+
+std::vector<double> Decoded(std::vector<UBYTE> frames) {
+    std::vector<UBYTE> samples(frames.size() * 8);
+    G729Decoder().Decode(frames.data(), samples.data(), static_cast<int>(frames.size()));
+    return Linear(samples);
+}
+
+bool IsLost(size_t frame) {
+    return frame % 10 == 9;
+}
+
+std::vector<double> DecodedByOther(const std::vector<UBYTE>& frames, bool withLosses = false) {
+    std::vector<std::int16_t> samples(frames.size() * 8);
+    auto* channel = initBcg729DecoderChannel();
+    for (size_t i = 0; i < frames.size() / 10; i++) {
+        bcg729Decoder(channel, &frames[i * 10], 10, withLosses && IsLost(i), 0, 0, &samples[i * Frame]);
+    }
+    closeBcg729DecoderChannel(channel);
+    return {samples.begin(), samples.end()};
+}
+
+// In shape and in level.
+void ExpectAlike(const std::vector<double>& before, const std::vector<double>& after, double correlation) {
+    double best = 0;
+    for (size_t delay = 0; delay < 160; delay++) best = std::max(best, Product(before, after, delay));
+    const double energyBefore = Product(before, before, 0);
+    const double energyAfter = Product(after, after, 0);
+    EXPECT_GT(best / std::sqrt(energyBefore * energyAfter), correlation);
+    EXPECT_NEAR(10 * std::log10(energyAfter / energyBefore), 0, 1.5);
+}
+
+TEST(TestG729, VoiceSurvivesInPacketsOfAnyLength) {
     std::vector<UBYTE> input = Voice(Samples);
     std::vector<UBYTE> frames(Samples / 8);
     std::vector<UBYTE> output(Samples);
@@ -71,14 +128,31 @@ TEST(TestG729, VoiceSurvivesInShapeAndLevel) {
                                  packet / 8),
                   packet);
     }
-    const std::vector<double> before = Linear(input);
-    const std::vector<double> after = Linear(output);
-    double best = 0;
-    for (size_t delay = 0; delay < 160; delay++) best = std::max(best, Product(before, after, delay));
-    const double energyBefore = Product(before, before, 0);
-    const double energyAfter = Product(after, after, 0);
-    EXPECT_GT(best / std::sqrt(energyBefore * energyAfter), 0.85);
-    EXPECT_NEAR(10 * std::log10(energyAfter / energyBefore), 0, 1.5);
+    ExpectAlike(Linear(input), Linear(output), 0.85);
+    EXPECT_EQ(frames, Encoded(input));
+    EXPECT_EQ(Linear(output), Decoded(frames));
+}
+
+TEST(TestG729, UnderstandsAndIsUnderstoodByAnother) {
+    const std::vector<UBYTE> voice = Voice(Samples);
+    const std::vector<UBYTE> own = Encoded(voice);
+    const std::vector<UBYTE> other = EncodedByOther(voice);
+    ExpectAlike(Linear(voice), DecodedByOther(own), 0.85);
+    ExpectAlike(Linear(voice), Decoded(other), 0.85);
+    ExpectAlike(DecodedByOther(own), Decoded(own), 0.98);
+    ExpectAlike(DecodedByOther(other), Decoded(other), 0.98);
+}
+
+TEST(TestG729, ConcealsLossesAsAnotherDoes) {
+    std::vector<UBYTE> frames = Encoded(Voice(Samples));
+    std::vector<UBYTE> output(Samples);
+    G729Decoder decoder;
+    for (size_t i = 0; i < frames.size() / 10; i++) {
+        const int decoded = IsLost(i) ? decoder.DecodeErasure(&output[i * Frame])
+                                      : decoder.Decode(&frames[i * 10], &output[i * Frame], 10);
+        EXPECT_EQ(decoded, Frame);
+    }
+    ExpectAlike(DecodedByOther(frames, true), Linear(output), 0.9);
 }
 
 TEST(TestG729, EveryLengthFillsItsRoomAndNothingElse) {

@@ -16,6 +16,7 @@ int RunCommandLine(int argc, const char* const* argv) {
     AddSendCommand(app, status);
     AddCallCommand(app, status);
     AddLoadCommand(app, status);
+    AddCodecCommand(app, status);
     AddDemoCommand(app, status);
     try {
         app.parse(argc, argv);

@@ -11,6 +11,7 @@ void AddGatekeeperCommand(CLI::App& app, int& status);
 void AddSendCommand(CLI::App& app, int& status);
 void AddCallCommand(CLI::App& app, int& status);
 void AddLoadCommand(CLI::App& app, int& status);
+void AddCodecCommand(CLI::App& app, int& status);
 void AddDemoCommand(CLI::App& app, int& status);
 
 }  // namespace lab

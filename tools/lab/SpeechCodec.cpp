@@ -1,21 +1,8 @@
 #include "tools/lab/SpeechCodec.h"
 
-extern "C" {
-#include <bcg729/decoder.h>
-#include <bcg729/encoder.h>
-}
-
 #include "tools/lab/G711Law.h"
 
 namespace lab {
-
-SpeechEncoder::SpeechEncoder(Codec codec) : codec(codec) {
-    if (codec == Codec::G729) g729 = initBcg729EncoderChannel(0);
-}
-
-SpeechEncoder::~SpeechEncoder() {
-    if (g729 != nullptr) closeBcg729EncoderChannel(g729);
-}
 
 std::vector<UBYTE> SpeechEncoder::Encode(std::span<const std::int16_t> samples) {
     const std::size_t frames = samples.size() / FrameSamples;
@@ -26,18 +13,9 @@ std::vector<UBYTE> SpeechEncoder::Encode(std::span<const std::int16_t> samples) 
         return coded;
     }
     for (std::size_t i = 0; i < frames; ++i) {
-        UBYTE length = 0;
-        bcg729Encoder(g729, samples.data() + i * FrameSamples, coded.data() + i * 10, &length);
+        encoder.Encode(samples.data() + i * FrameSamples, coded.data() + i * g729::FrameBytes);
     }
     return coded;
-}
-
-SpeechDecoder::SpeechDecoder(Codec codec) : codec(codec) {
-    if (codec == Codec::G729) g729 = initBcg729DecoderChannel();
-}
-
-SpeechDecoder::~SpeechDecoder() {
-    if (g729 != nullptr) closeBcg729DecoderChannel(g729);
 }
 
 std::vector<std::int16_t> SpeechDecoder::Decode(std::span<const UBYTE> payload) {
@@ -50,8 +28,7 @@ std::vector<std::int16_t> SpeechDecoder::Decode(std::span<const UBYTE> payload) 
         return samples;
     }
     for (std::size_t i = 0; i < frames; ++i) {
-        bcg729Decoder(g729, payload.data() + i * frameBytes, static_cast<UBYTE>(frameBytes), 0, 0, 0,
-                      samples.data() + i * FrameSamples);
+        decoder.Decode(payload.data() + i * frameBytes, samples.data() + i * FrameSamples);
     }
     return samples;
 }

@@ -1,24 +1,21 @@
-// Coding and decoding of speech for the lab's own ends of a call: G.711 by formula, G.729 Annex A with
-// libbcg729.
+// Coding and decoding of speech for the lab's own ends of a call: G.711 by formula, G.729 Annex A by the
+// codec of the module.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <vector>
 
+#include "platform/media/g729/Decoder.h"
+#include "platform/media/g729/Encoder.h"
 #include "tools/lab/Codec.h"
-
-struct bcg729EncoderChannelContextStruct_struct;
-struct bcg729DecoderChannelContextStruct_struct;
 
 namespace lab {
 
 // One a stream; keeps the codec's state from frame to frame.
 class SpeechEncoder {
  public:
-    explicit SpeechEncoder(Codec codec);
-    ~SpeechEncoder();
+    explicit SpeechEncoder(Codec codec) : codec(codec) {}
     SpeechEncoder(const SpeechEncoder&) = delete;
     SpeechEncoder& operator=(const SpeechEncoder&) = delete;
 
@@ -27,14 +24,13 @@ class SpeechEncoder {
 
  private:
     const Codec codec;
-    bcg729EncoderChannelContextStruct_struct* g729 = nullptr;
+    g729::Encoder encoder;
 };
 
 // One a stream, likewise.
 class SpeechDecoder {
  public:
-    explicit SpeechDecoder(Codec codec);
-    ~SpeechDecoder();
+    explicit SpeechDecoder(Codec codec) : codec(codec) {}
     SpeechDecoder(const SpeechDecoder&) = delete;
     SpeechDecoder& operator=(const SpeechDecoder&) = delete;
 
@@ -43,7 +39,7 @@ class SpeechDecoder {
 
  private:
     const Codec codec;
-    bcg729DecoderChannelContextStruct_struct* g729 = nullptr;
+    g729::Decoder decoder;
 };
 
 // What the speech `samples` sounds like after a sender coded it with `in` and the module sent it on as `out`:

@@ -58,6 +58,18 @@ std::int16_t ToSample(float value) {
     return static_cast<std::int16_t>(std::lround(std::clamp(value, -1.0F, 1.0F) * 32767.0F));
 }
 
+bool IsTelephony(const SF_INFO& info) {
+    return info.channels == 1 && info.samplerate == SampleRate &&
+           (info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_16;
+}
+
+// Samples as they stand, where nothing has to be converted.
+std::vector<std::int16_t> ReadExactly(const SoundFile& file, sf_count_t frames) {
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(frames));
+    samples.resize(static_cast<std::size_t>(sf_readf_short(file.get(), samples.data(), frames)));
+    return samples;
+}
+
 }  // namespace
 
 std::optional<std::vector<std::int16_t>> ReadSpeech(const std::string& path, std::string& error) {
@@ -71,6 +83,7 @@ std::optional<std::vector<std::int16_t>> ReadSpeech(const std::string& path, std
         error = "The sound file " + path + " holds no audio, or too much of it.";
         return std::nullopt;
     }
+    if (IsTelephony(info)) return ReadExactly(file, info.frames);
     std::vector<float> interleaved(static_cast<std::size_t>(info.frames) * info.channels);
     interleaved.resize(static_cast<std::size_t>(sf_readf_float(file.get(), interleaved.data(), info.frames)) *
                        info.channels);
