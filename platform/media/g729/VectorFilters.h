@@ -78,9 +78,12 @@ class Run {
     }
 
     G729_INLINE void Step(int n, Lanes input) {
-        Lanes sum = input + Rounding;
-        for (int k = 0; k < Pairs; k++) sum -= Madd(pairs[k], pastPairs[1 + 2 * k]);
-        const Lanes y = (sum - Madd(a1, past[0])) >> RoundingShift;
+        using Wrapping [[gnu::vector_size(sizeof(Lanes))]] = std::uint32_t;
+        Wrapping sum = reinterpret_cast<Wrapping>(input) + Rounding;
+        for (int k = 0; k < Pairs; k++)
+            sum -= reinterpret_cast<Wrapping>(Madd(pairs[k], pastPairs[1 + 2 * k]));
+        sum -= reinterpret_cast<Wrapping>(Madd(a1, past[0]));
+        const Lanes y = reinterpret_cast<Lanes>(sum) >> RoundingShift;
         outputs[n] = y;
         peak = Max(peak, Abs(y));
         for (int j = Order - 1; j > 0; j--) pastPairs[j] = pastPairs[j - 1];

@@ -35,8 +35,9 @@ G729_INLINE std::uint8_t Nearest(const typename V::Words (&distances)[Entries / 
 template <class V>
 G729_INLINE typename V::Words AddDistance(typename V::Words distance, typename V::Words x,
                                           typename V::Words y) {
-    const auto unsignedSum = distance + V::Madd(x, y);
-    return V::MinUnsigned(unsignedSum, V::Set(DistanceLimit));
+    using Unsigned [[gnu::vector_size(V::Bytes)]] = std::uint32_t;
+    const Unsigned sum = reinterpret_cast<Unsigned>(distance) + reinterpret_cast<Unsigned>(V::Madd(x, y));
+    return V::MinUnsigned(reinterpret_cast<typename V::Words>(sum), V::Set(DistanceLimit));
 }
 
 // Ten values of 16 bits in pairs.

@@ -43,10 +43,11 @@ G729_INLINE __m128i Gather(const __m128i (&x)[Tracks]) {
     constexpr auto Place = [](int byte) {
         return static_cast<char>((Track + Tracks * (byte / 2)) % TrackSize * 2 + byte % 2);
     };
-    __m128i track = _mm_blend_epi16(x[0], x[1], Chosen(1));
-    track = _mm_blend_epi16(track, x[2], Chosen(2));
-    track = _mm_blend_epi16(track, x[3], Chosen(3));
-    track = _mm_blend_epi16(track, x[4], Chosen(4));
+    constexpr int From1 = Chosen(1), From2 = Chosen(2), From3 = Chosen(3), From4 = Chosen(4);
+    __m128i track = _mm_blend_epi16(x[0], x[1], From1);
+    track = _mm_blend_epi16(track, x[2], From2);
+    track = _mm_blend_epi16(track, x[3], From3);
+    track = _mm_blend_epi16(track, x[4], From4);
     return _mm_shuffle_epi8(track, _mm_setr_epi8(Place(0), Place(1), Place(2), Place(3), Place(4), Place(5),
                                                  Place(6), Place(7), Place(8), Place(9), Place(10), Place(11),
                                                  Place(12), Place(13), Place(14), Place(15)));
