@@ -117,8 +117,26 @@ TEST_F(WholeRun, CallIsHeardMeasuredAndWritten) {
 }
 
 TEST_F(WholeRun, LoadCarriesSlotsAndKeepsToItsLimits) {
-    const Outcome good = Lab({"load", "--slots", "6", "--seconds", "3", "--codec", "alaw/20:ulaw/30",
-                              "--input", words.c_str(), "--json", "--max-loss", "0", "--max-rss", "2000"});
+    const Outcome good = Lab({"load",
+                              "--slots",
+                              "6",
+                              "--seconds",
+                              "3",
+                              "--codec",
+                              "alaw/20:ulaw/30",
+                              "--srtp",
+                              "80",
+                              "--srtp-leg",
+                              "external",
+                              "--input",
+                              words.c_str(),
+                              "--json",
+                              "--max-loss",
+                              "0",
+                              "--max-rss",
+                              "2000",
+                              "--max-control",
+                              "1000"});
     ASSERT_EQ(good.status, 0) << good.err << good.out;
     const nlohmann::json json = nlohmann::json::parse(good.out);
     EXPECT_EQ(json["internalToExternal"]["sent"], 6 * 150);
@@ -126,7 +144,14 @@ TEST_F(WholeRun, LoadCarriesSlotsAndKeepsToItsLimits) {
     EXPECT_EQ(json["externalToInternal"]["received"], 6 * 150);
     EXPECT_EQ(json["externalToInternal"]["unmeasured"], 0);
     EXPECT_GT(json["delay"]["p50Ms"], 0);
-    EXPECT_GT(json["daemon"]["rssBytes"], 1'000'000);
+    EXPECT_EQ(json["internal"]["srtp"], "none");
+    EXPECT_EQ(json["external"]["srtp"], "80");
+    const nlohmann::json& process = json["process"];
+    EXPECT_GT(process["rssBytes"], 1'000'000);
+    EXPECT_EQ(process["roles"]["relay"]["threads"], 6);
+    EXPECT_EQ(process["roles"]["module"]["threads"], 1);
+    EXPECT_GT(process["roles"]["relay"]["cpuPerSecond"], 0);
+    EXPECT_GT(json["control"]["answer"]["packets"], 0) << json.dump();
 
     const Outcome missed =
         Lab({"load", "--slots", "2", "--seconds", "1", "--input", words.c_str(), "--max-p99", "0.001"});

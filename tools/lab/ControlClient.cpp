@@ -46,7 +46,7 @@ ControlClient::Reply ControlClient::Send(ControlDatagram message) {
         const std::optional<ControlDatagram> answer = Take(left);
         if (socket.refused) return {Outcome::Refused, 0, seq};
         if (answer && answer->event == ControlEvent::Ack && answer->seq == seq)
-            return {Outcome::Acknowledged, static_cast<double>(WallNs() - begin) / NsPerMs, seq};
+            return {Outcome::Acknowledged, static_cast<double>(takenNs - begin) / NsPerMs, seq};
     }
     return {Outcome::NoAnswer, static_cast<double>(timeoutMs), seq};
 }
@@ -54,6 +54,7 @@ ControlClient::Reply ControlClient::Send(ControlDatagram message) {
 std::optional<ControlDatagram> ControlClient::Take(int ms) {
     const std::optional<UdpSocket::Arrival> arrival = socket.Receive(ms);
     if (!arrival || arrival->from.Port() != module.Port()) return std::nullopt;
+    takenNs = arrival->atNs;
     std::optional<ControlDatagram> message = ControlDatagram::Decode(arrival->data);
     if (message && message->event == ControlEvent::Digit && digits.size() < MaxQueued)
         digits.push_back(*message);

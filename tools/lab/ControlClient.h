@@ -24,7 +24,7 @@ class ControlClient {
     };
     struct Reply {
         Outcome outcome;
-        double ms;  // from sending to the acknowledgement
+        double ms;  // from sending to the acknowledgement's arrival at this host
         UBYTE seq;  // that the request had
         std::string Words() const;
     };
@@ -77,6 +77,7 @@ class ControlClient {
     SockAddr module;
     int timeoutMs = DefaultTimeoutMs;
     UBYTE seq = 0;
+    std::int64_t takenNs = 0;  // when the latest datagram arrived (WallNs)
     std::deque<ControlDatagram> digits;
 };
 

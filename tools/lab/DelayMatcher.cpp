@@ -148,7 +148,9 @@ void DelayMatcher::Measure(const Arrival& arrival, std::int64_t shift, DelayStat
     const std::int64_t sample = static_cast<std::int64_t>(arrival.lastSample) + shift;
     if (sample < 0 || sample >= SamplesSent()) return;
     const std::size_t packet = static_cast<std::size_t>(sample) / packetSamples;
-    into.Add(static_cast<std::int32_t>(arrival.atUs - sentAt[packet]));
+    const auto us = static_cast<std::int32_t>(arrival.atUs - sentAt[packet]);
+    into.Add(us);
+    if (note) note(epochNs + arrival.atUs * NsPerUs, us);
 }
 
 // Windows: measures with the offsets that head and tail give.
@@ -183,8 +185,9 @@ std::int64_t DelayMatcher::SamplesReceived() const {
     return samplesReceived;
 }
 
-DelayResult DelayMatcher::Finish() {
+DelayResult DelayMatcher::Finish(const OnDelay& onDelay) {
     const std::lock_guard held(lock);
+    note = onDelay;
     DelayResult result = std::move(counts);
     if (reference->IsExact()) {
         if (anchored) PlaceWaiting();

@@ -20,6 +20,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -54,8 +55,10 @@ class DelayMatcher {
 
     std::size_t PacketsSent() const;
     std::int64_t SamplesReceived() const;
+    // Called for every delay that is measured, with the time of arrival.
+    using OnDelay = std::function<void(std::int64_t arrivalNs, std::int64_t us)>;
     // Once, when all has arrived.
-    DelayResult Finish();
+    DelayResult Finish(const OnDelay& onDelay = {});
 
  private:
     static constexpr std::int64_t SearchSamples = 3L * SampleRate;
@@ -95,6 +98,8 @@ class DelayMatcher {
     std::vector<ULONG> sentAt;  // microseconds since the first, wrapping
     std::vector<Arrival> arrivals;
     std::vector<Arrival> waiting;  // places of the output: quiet packets since the last loud one
+
+    OnDelay note;  // of Finish
 
     bool begun = false;
     ULONG lastNumber = 0;

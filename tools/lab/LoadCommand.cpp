@@ -8,7 +8,7 @@
 #include "tools/lab/Commands.h"
 #include "tools/lab/Interrupt.h"
 #include "tools/lab/LoadGenerator.h"
-#include "tools/lab/ModuleChoice.h"
+#include "tools/lab/LoadTargetChoice.h"
 #include "tools/lab/TextTable.h"
 
 namespace lab {
@@ -22,16 +22,22 @@ constexpr const char* Lesson =
     "Examples:\n"
     "  kestrel-lab load --slots 100 --seconds 60\n"
     "      A-law on both legs, 20 ms packets, against a daemon started for the purpose.\n"
-    "  kestrel-lab load --slots 38 --codec g729:alaw --srtp 80 --json\n"
-    "      Transcoding, both legs protected; the result as JSON on standard output.\n"
+    "  kestrel-lab load --slots 500 --codec alaw:g729 --srtp --srtp-leg external --json\n"
+    "      Transcoding, the external leg protected; the result as JSON on standard output.\n"
     "  kestrel-lab load --slots 100 --seconds 60 --max-loss 0 --max-p99 25 --max-rss 64\n"
     "      Exit status 1 when a limit is missed: a benchmark as a test.\n"
     "  kestrel-lab load --slots 20 --module 127.0.0.1:40000 --rtpbase 6300\n"
-    "      A module that runs already (its CPU time and memory are then not known).\n"
+    "      A module that runs already (with --pid its CPU time and memory are measured, too).\n"
+    "  kestrel-lab load --slots 300 --overload 150 --overload-seconds 10 --seconds 40 --max-control 200\n"
+    "      150 slots more in the middle of the run: how loss and delay were before, during and after.\n"
+    "  kestrel-lab load --slots 100 --codec alaw:g729 --proxy-ng 127.0.0.1:2223 --pid 4711\n"
+    "      The same load on an RTP proxy, for comparison (bench/compare-with-proxy does it all).\n"
     "\n"
     "The added delay of a packet is the time from sending the input packet with its last sample to its "
     "arrival.\n"
     "Loss is what should have come out, by the samples sent, less what did.\n"
+    "CPU time is told apart by the names of the threads: relay, module, other.\n"
+    "With an overload, --max-loss and --max-p99 hold before and after it.\n"
     "Exit status: 0 done, 1 failed or a limit missed, 2 wrong use.";
 
 struct Limits {
@@ -39,6 +45,7 @@ struct Limits {
     std::optional<double> p99Ms;
     std::optional<double> rssMb;
     std::optional<double> cpu;
+    std::optional<double> controlMs;
 };
 
 class LoadCommand {
@@ -55,11 +62,15 @@ class LoadCommand {
             .add_option("--codec", codec,
                         "CODEC[/MS] of both legs, or INTERNAL:EXTERNAL; codecs alaw, ulaw, g729")
             ->capture_default_str();
-        command
-            .add_option("--srtp", srtp, "Protect both legs with SRTP, authentication tags of 80 or 32 bits")
+        command.add_option("--srtp", srtp, "Protect with SRTP, authentication tags of 80 or 32 bits")
             ->expected(0, 1)
             ->default_str("80")
             ->check(CLI::IsMember({"80", "32"}));
+        command.add_option("--srtp-leg", srtpLeg, "Which leg --srtp protects")
+            ->capture_default_str()
+            ->check(CLI::IsMember({"internal", "external", "both"}))
+            ->needs("--srtp");
+        AddOverload(command);
         command
             .add_option("--input", input,
                         "Speech to send: any sound file; by default Debian's telephone prompts")
@@ -69,8 +80,10 @@ class LoadCommand {
         command.add_option("--max-p99", limits.p99Ms,
                            "Fail when the 99th percentile of the added delay is longer [ms]");
         command.add_option("--max-rss", limits.rssMb,
-                           "Fail when the daemon's resident memory is larger [MB]");
-        command.add_option("--max-cpu", limits.cpu, "Fail when the daemon uses more [CPU seconds a second]");
+                           "Fail when the target's resident memory is larger [MB]");
+        command.add_option("--max-cpu", limits.cpu, "Fail when the target uses more [CPU seconds a second]");
+        command.add_option("--max-control", limits.controlMs,
+                           "Fail when a control request takes longer to be answered [ms]");
         command.footer(Lesson);
     }
 
@@ -79,24 +92,43 @@ class LoadCommand {
         const auto legs = ParseLegs(codec, error);
         if (!legs) return Complain(error) + 1;
         options.legs = {legs->first, legs->second};
-        if (!srtp.empty()) options.legs[0].srtp = options.legs[1].srtp = SrtpKeys::SuiteFromName(srtp);
+        if (srtpLeg != "external") options.legs[0].srtp = SrtpKeys::SuiteFromName(srtp);
+        if (srtpLeg != "internal") options.legs[1].srtp = SrtpKeys::SuiteFromName(srtp);
+        if (options.overload > 0 &&
+            options.seconds < options.overloadSeconds + LoadPhases::LeastSecondsAround) {
+            return Complain("With an overload, --seconds must be at least " +
+                            std::to_string(options.overloadSeconds + LoadPhases::LeastSecondsAround) + ".") +
+                   1;
+        }
         const std::optional<SpeechSource> speech = SpeechSource::Open(input, error);
         if (!speech) return Complain(error);
         CatchInterrupts();
-        ModuleSetup module;
-        if (!choice.Prepare(module, options.slots, stderr, error)) return Complain(error);
+        const std::unique_ptr<LoadTarget> target = choice.Prepare(options.AllSlots(), stderr, error);
+        if (!target) return Complain(error);
         std::fprintf(stderr, "%d slots: internal %s; external %s; %d s\n", options.slots,
                      options.legs[0].Words().c_str(), options.legs[1].Words().c_str(), options.seconds);
-        LoadGenerator generator(module, options);
+        LoadGenerator generator(*target, options);
         if (!generator.Prepare(*speech, error)) return Complain(error);
         generator.Run([this](const LoadGenerator::Progress& progress) { return Show(progress); });
         if (isatty(STDERR_FILENO) != 0) std::fprintf(stderr, "\n");
         const LoadResult result = generator.Collect();
-        if (!generator.Release()) Complain("The module did not acknowledge every FreeChan request.");
+        if (!generator.Release()) Complain("The target did not confirm that every slot is free.");
         return Judge(result);
     }
 
  private:
+    void AddOverload(CLI::App& command) {
+        CLI::Option* slots = command
+                                 .add_option("--overload", options.overload,
+                                             "So many slots more, which speak in the middle of the run only")
+                                 ->check(CLI::Range(1, 8000));
+        CLI::Option* length =
+            command.add_option("--overload-seconds", options.overloadSeconds, "How long these speak")
+                ->check(CLI::Range(1, 86400));
+        slots->needs(length);
+        length->needs(slots);
+    }
+
     // A line that moves on a terminal, one now and then elsewhere.
     bool Show(const LoadGenerator::Progress& progress) const {
         const bool terminal = isatty(STDERR_FILENO) != 0;
@@ -123,24 +155,28 @@ class LoadCommand {
             status = Complain(std::string("limit missed: ") + what + " " + Decimal(value, 3) + " " + unit +
                               ", allowed " + Decimal(*limit, 3));
         };
-        check("loss", limits.lossPercent, result.LossPercent(), "percent");
-        check("p99 of the added delay", limits.p99Ms, result.Delay().p99Ms, "ms");
-        if (!result.daemon && (limits.rssMb || limits.cpu)) {
+        check("loss", limits.lossPercent, result.JudgedLossPercent(), "percent");
+        check("p99 of the added delay", limits.p99Ms, result.JudgedP99Ms(), "ms");
+        check("longest answer to a control request", limits.controlMs, result.control.time.maxMs, "ms");
+        if (limits.controlMs && result.control.missing > 0)
+            status = Complain("limit missed: a control request was not answered at all");
+        if (!result.process && (limits.rssMb || limits.cpu)) {
             return Complain(
-                "The process of the module is not known, so --max-rss and --max-cpu cannot be checked.");
+                "The process of the target is not known, so --max-rss and --max-cpu cannot be checked.");
         }
-        if (!result.daemon) return status;
-        check("resident memory", limits.rssMb, static_cast<double>(result.daemon->rssBytes) / BytesPerMb,
+        if (!result.process) return status;
+        check("resident memory", limits.rssMb, static_cast<double>(result.process->rssBytes) / BytesPerMb,
               "MB");
-        check("CPU", limits.cpu, result.daemon->cpuPerSecond, "s a second");
+        check("CPU", limits.cpu, result.process->cpuPerSecond, "s a second");
         return status;
     }
 
-    ModuleChoice choice;
+    LoadTargetChoice choice;
     LoadOptions options;
     Limits limits;
     std::string codec = "alaw/20";
     std::string srtp;
+    std::string srtpLeg = "both";
     std::string input;
     bool json = false;
 };

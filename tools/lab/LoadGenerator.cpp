@@ -1,6 +1,7 @@
 #include "tools/lab/LoadGenerator.h"
 
 #include <linux/sock_diag.h>
+#include <netinet/in.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -12,6 +13,8 @@
 #include <utility>
 
 #include "tools/lab/Call.h"
+#include "tools/lab/ControlProbe.h"
+#include "tools/lab/ProcessMeter.h"
 
 namespace lab {
 
@@ -53,18 +56,16 @@ struct LoadGenerator::Leg {
     Leg(const LegSettings& settings, std::shared_ptr<const CodedSpeech> speech, std::size_t firstPacket)
         : sender(std::move(speech), firstPacket), receiver(settings.codec, false) {}
 
-    UWORD chan = 0;
     const UdpPair* pair = nullptr;
-    sockaddr_in module{};
-    std::optional<SrtpKeys> keys;
+    sockaddr_in far{};
     RtpSender sender;
     RtpReceiver receiver;
     std::shared_ptr<DelayMatcher> spoken;  // what this leg says, as its other side hears it
 };
 
-// One side's legs, each due once a packet time, evenly spread.
+// Legs of one side, each due once a packet time, evenly spread.
 struct LoadGenerator::Ring {
-    const std::vector<std::unique_ptr<Leg>>& legs;
+    std::span<const std::unique_ptr<Leg>> legs;
     std::int64_t intervalNs;
     std::int64_t startNs;
     std::int64_t rounds;  // packets that each leg sends
@@ -93,8 +94,10 @@ struct LoadGenerator::Inbox {
     std::array<mmsghdr, ReceiveBatch> messages{};
 };
 
-LoadGenerator::LoadGenerator(ModuleSetup& setup, const LoadOptions& wanted)
-    : module(setup), options(wanted), outbox(std::make_unique<Outbox>()), inbox(std::make_unique<Inbox>()) {}
+LoadGenerator::LoadGenerator(LoadTarget& aim, const LoadOptions& wanted)
+    : target(aim), options(wanted), outbox(std::make_unique<Outbox>()), inbox(std::make_unique<Inbox>()) {
+    for (std::vector<Leg*>& table : byPort) table.resize(UINT16_MAX + 1);
+}
 
 LoadGenerator::~LoadGenerator() {
     Release();
@@ -103,15 +106,15 @@ LoadGenerator::~LoadGenerator() {
 bool LoadGenerator::Prepare(const SpeechSource& speech, std::string& error) {
     if (!OpenSockets(error)) return false;
     MakeLegs(speech);
-    return MapLegs(error);
+    return SetUpSlots(error);
 }
 
 bool LoadGenerator::OpenSockets(std::string& error) {
-    const int count = (options.slots + SlotsPerSocket - 1) / SlotsPerSocket;
+    const int count = (options.AllSlots() + SlotsPerSocket - 1) / SlotsPerSocket;
     for (std::vector<UdpPair>& side : sockets) {
         side.resize(static_cast<std::size_t>(count));
         for (UdpPair& pair : side) {
-            if (!pair.Open(module.OwnAddress(), error)) return false;
+            if (!pair.Open(target.OwnAddress(), error)) return false;
             pair.rtp.SetReceiveRoom(ReceiveRoom);
         }
     }
@@ -124,19 +127,12 @@ void LoadGenerator::MakeLegs(const SpeechSource& speech) {
         const std::shared_ptr<const CodedSpeech> coded = speech.Code(settings.codec, settings.packetMs);
         const std::shared_ptr<const SpeechReference> heard =
             SpeechReference::Of(*coded, options.legs[1 - side].codec);
-        for (int slot = 0; slot < options.slots; ++slot) {
+        for (int slot = 0; slot < options.AllSlots(); ++slot) {
             const std::size_t first =
                 static_cast<std::size_t>(2 * slot + side) * PacketsApart % coded->Packets();
             auto leg = std::make_unique<Leg>(settings, coded, first);
-            leg->chan = static_cast<UWORD>(options.firstChan + 2 * slot + side);
             leg->pair = &sockets[side][static_cast<std::size_t>(slot / SlotsPerSocket)];
-            leg->module = module.Leg(leg->chan).Native();
             leg->spoken = std::make_shared<DelayMatcher>(*coded, first, heard);
-            if (settings.srtp) {
-                leg->keys = SrtpKeys::Random(*settings.srtp);
-                leg->sender.Protect(leg->keys->Outbound());
-                leg->receiver.Protect(leg->keys->Inbound());
-            }
             legs[side].push_back(std::move(leg));
         }
     }
@@ -146,55 +142,51 @@ void LoadGenerator::MakeLegs(const SpeechSource& speech) {
     }
 }
 
-bool LoadGenerator::MapLegs(std::string& error) {
-    for (mapped = 0; mapped < options.slots; ++mapped) {
+bool LoadGenerator::SetUpSlots(std::string& error) {
+    while (ready < options.AllSlots()) {
+        const int slot = ready++;
+        std::array<LoadTarget::Leg, 2> plan;
         for (int side = 0; side < 2; ++side) {
-            const Leg& leg = *legs[side][static_cast<std::size_t>(mapped)];
-            const LegSettings& settings = options.legs[side];
-            if (module.Control().Map({leg.chan, static_cast<UBYTE>(settings.codec), leg.pair->rtp.Local(),
-                                      settings.Mfpp(), settings.flags, leg.keys ? &*leg.keys : nullptr}))
-                continue;
-            error = "The module did not acknowledge the Map request for channel " + std::to_string(leg.chan) +
-                    ".";
-            return false;
+            plan[side].settings = options.legs[side];
+            plan[side].own = legs[side][static_cast<std::size_t>(slot)]->pair->rtp.Local();
         }
+        if (!target.SetUp(slot, plan, error)) return false;
+        for (int side = 0; side < 2; ++side) Connect(side, slot, plan[side]);
     }
     return true;
 }
 
+void LoadGenerator::Connect(int side, int slot, const LoadTarget::Leg& plan) {
+    Leg& leg = *legs[side][static_cast<std::size_t>(slot)];
+    leg.far = plan.far.Native();
+    byPort[side][plan.far.Port()] = &leg;
+    if (!plan.keys) return;
+    leg.sender.Protect(plan.keys->Outbound());
+    leg.receiver.Protect(plan.keys->Inbound());
+}
+
 bool LoadGenerator::Release() {
     bool all = true;
-    for (; mapped > 0; --mapped)
-        all = module.Control().Free(legs[0][static_cast<std::size_t>(mapped - 1)]->chan) && all;
+    while (ready > 0) all = target.Release(--ready) && all;
     return all;
 }
 
-std::optional<DaemonProcess::Usage> LoadGenerator::DaemonUsage() {
-    if (!module.OwnsDaemon()) return std::nullopt;
-    const std::optional<DaemonProcess::Usage> usage = module.Daemon().Measure();
-    if (usage) cost.rssBytes = std::max(cost.rssBytes, usage->rssBytes);
-    return usage;
-}
-
 void LoadGenerator::Run(const std::function<bool(const Progress&)>& onSecond) {
-    const std::optional<DaemonProcess::Usage> before = DaemonUsage();
+    ProcessMeter meter(target.Process());
+    meter.Begin();
+    ControlProbe probe(target);
     const std::int64_t begin = WallNs();
-    const auto elapsed = [begin] { return static_cast<double>(WallNs() - begin) / NsPerSecond; };
     std::thread worker(&LoadGenerator::Generate, this);
     for (std::int64_t due = begin + NsPerSecond; flowing; due += NsPerSecond) {
         while (flowing && WallNs() < due) SleepUntil(std::min(due, WallNs() + LookNs));
         if (!flowing) break;
-        DaemonUsage();
-        if (!onSecond({elapsed(), sent, received})) stopping = true;
+        meter.Look();
+        const double elapsed = static_cast<double>(WallNs() - begin) / NsPerSecond;
+        if (!onSecond({elapsed, sent, received})) stopping = true;
     }
-    const std::optional<DaemonProcess::Usage> after = DaemonUsage();
-    const double measured = elapsed();
+    cost = meter.End();
+    answers = probe.Stop();
     worker.join();
-    if (!before || !after) return;
-    daemonKnown = true;
-    cost.cpuPerSecond = (after->cpuSeconds - before->cpuSeconds) / measured;
-    cost.threads = after->threads;
-    cost.descriptors = after->descriptors;
 }
 
 void LoadGenerator::Generate() {
@@ -202,18 +194,15 @@ void LoadGenerator::Generate() {
     setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), Niceness);  // where it is not allowed, without
     const double cpuBefore = ThreadCpuSeconds();
     const std::int64_t start = WallNs() + 2 * TickNs;
-    for (int side = 0; side < 2; ++side) {
-        const std::int64_t interval = options.legs[side].packetMs * NsPerMs;
-        rings[side] = std::make_unique<Ring>(
-            Ring{legs[side], interval, start, options.seconds * NsPerSecond / interval});
-    }
-    for (std::int64_t tick = start;; tick += TickNs) {
+    MakeRings(start);
+    bool goesOn = true;
+    for (std::int64_t tick = start; goesOn; tick += TickNs) {
         SleepUntil(tick);
         const std::int64_t now = WallNs();
-        const bool internalGoesOn = SendDue(*rings[0], now);
-        const bool externalGoesOn = SendDue(*rings[1], now);
+        goesOn = false;
+        for (Ring& ring : rings) goesOn = SendDue(ring, now) || goesOn;
         ReceiveAll();
-        if (!internalGoesOn && !externalGoesOn) break;
+        if (phases->IsDue(now)) TakePhase();
     }
     seconds = static_cast<double>(WallNs() - start) / NsPerSecond;
     health.cpuPerSecond = (ThreadCpuSeconds() - cpuBefore) / std::max(seconds, 0.001);
@@ -222,6 +211,35 @@ void LoadGenerator::Generate() {
         SleepUntil(WallNs() + TickNs);
         ReceiveAll();
     }
+}
+
+void LoadGenerator::MakeRings(std::int64_t start) {
+    phases = std::make_unique<LoadPhases>(options, start);
+    const auto usual = static_cast<std::size_t>(options.slots);
+    for (int side = 0; side < 2; ++side) {
+        const std::span all(legs[side]);
+        const std::int64_t interval = options.legs[side].packetMs * NsPerMs;
+        rings.push_back({all.first(usual), interval, start, options.seconds * NsPerSecond / interval});
+        if (options.overload == 0) continue;
+        rings.push_back({all.subspan(usual), interval, phases->OverloadNs(),
+                         options.overloadSeconds * NsPerSecond / interval});
+    }
+}
+
+// Of every direction of every slot.
+void LoadGenerator::TakePhase() {
+    std::vector<LoadPhases::Count> counts;
+    for (int side = 0; side < 2; ++side)
+        for (std::size_t slot = 0; slot < legs[side].size(); ++slot) counts.push_back(CountOf(side, slot));
+    phases->Take(std::move(counts));
+}
+
+// What a leg has said, as its other side was to hear it and did.
+LoadPhases::Count LoadGenerator::CountOf(int side, std::size_t slot) const {
+    const std::uint64_t expected =
+        PacketsExpected(legs[side][slot]->spoken->PacketsSent(), options.legs[side].packetMs,
+                        options.legs[1 - side].packetMs);
+    return {expected, legs[1 - side][slot]->receiver.Counts().audio};
 }
 
 // False when the ring has sent everything.
@@ -249,8 +267,8 @@ void LoadGenerator::Queue(Leg& leg) {
     outbox->parts[i] = {outbox->packets[i].data(), leg.sender.Next(outbox->packets[i])};
     msghdr& header = outbox->messages[i].msg_hdr;
     header = {};
-    header.msg_name = &leg.module;
-    header.msg_namelen = sizeof leg.module;
+    header.msg_name = &leg.far;
+    header.msg_namelen = sizeof leg.far;
     header.msg_iov = &outbox->parts[i];
     header.msg_iovlen = 1;
 }
@@ -298,30 +316,27 @@ void LoadGenerator::ReceiveFrom(int side, UdpSocket& socket) {
 }
 
 void LoadGenerator::Deliver(int side, mmsghdr& message) {
-    const SockAddr from(*static_cast<const sockaddr_in*>(message.msg_hdr.msg_name));
-    const int slot = (from.Port() - module.RtpBase() - 2 * options.firstChan) / 4;
-    if (from.Port() < module.RtpBase() || slot < 0 || slot >= options.slots) return;
-    Leg& leg = *legs[side][static_cast<std::size_t>(slot)];
-    if (module.Leg(leg.chan).Port() != from.Port()) return;
+    const auto& from = *static_cast<const sockaddr_in*>(message.msg_hdr.msg_name);
+    Leg* leg = byPort[side][ntohs(from.sin_port)];
+    if (leg == nullptr || leg->far.sin_addr.s_addr != from.sin_addr.s_addr) return;
     auto* bytes = static_cast<UBYTE*>(message.msg_hdr.msg_iov->iov_base);
-    leg.receiver.OnDatagram({bytes, message.msg_len}, UdpSocket::ArrivalNs(message.msg_hdr));
+    leg->receiver.OnDatagram({bytes, message.msg_len}, UdpSocket::ArrivalNs(message.msg_hdr));
     ++received;
 }
 
-// What the kernel has dropped at the module's sockets, from /proc/net/udp: the local address is field 1,
+// What the kernel has dropped at the target's sockets, from /proc/net/udp: the local address is field 1,
 // drops are the last.
-std::uint64_t LoadGenerator::DropsOfModule() const {
+std::uint64_t LoadGenerator::DropsOfTarget() const {
     std::uint64_t drops = 0;
-    const int first = module.RtpBase() + 2 * options.firstChan;
     std::unique_ptr<FILE, int (*)(FILE*)> table(std::fopen("/proc/net/udp", "r"), std::fclose);
     if (!table) return 0;
     for (std::array<char, 256> line; std::fgets(line.data(), line.size(), table.get()) != nullptr;) {
         unsigned port = 0;
         unsigned long count = 0;
-        if (std::sscanf(line.data(), " %*d: %*8x:%4x %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %lu", &port,
+        if (std::sscanf(line.data(), " %*d: %*8x:%4x %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %lu", &port,
                         &count) != 2)
             continue;
-        if (static_cast<int>(port) >= first && static_cast<int>(port) < first + 4 * options.slots)
+        if (byPort[0][port & UINT16_MAX] != nullptr || byPort[1][port & UINT16_MAX] != nullptr)
             drops += count;
     }
     return drops;
@@ -333,11 +348,13 @@ LoadResult LoadGenerator::Collect() {
     result.seconds = seconds;
     for (int side = 0; side < 2; ++side) CollectDirection(side, result.directions[side]);
     health.lateness = lateness.Summarise();
-    health.moduleDrops = DropsOfModule();
+    health.targetDrops = DropsOfTarget();
     for (const std::vector<UdpPair>& side : sockets)
         for (const UdpPair& pair : side) health.ownDrops += DropsOf(pair.rtp);
     result.generator = health;
-    if (daemonKnown) result.daemon = cost;
+    result.process = cost;
+    result.control = answers;
+    if (phases) result.phases = phases->Results();
     return result;
 }
 
@@ -346,8 +363,7 @@ void LoadGenerator::CollectDirection(int side, DirectionResult& into) {
     for (std::size_t slot = 0; slot < legs[side].size(); ++slot) {
         DelayMatcher& spoken = *legs[side][slot]->spoken;
         const ReceiveCounts counts = legs[1 - side][slot]->receiver.Counts();
-        const std::uint64_t expected = PacketsExpected(spoken.PacketsSent(), options.legs[side].packetMs,
-                                                       options.legs[1 - side].packetMs);
+        const std::uint64_t expected = CountOf(side, slot).expected;
         const std::uint64_t lost = expected > counts.audio ? expected - counts.audio : 0;
         into.sent += spoken.PacketsSent();
         into.expected += expected;
@@ -360,7 +376,8 @@ void LoadGenerator::CollectDirection(int side, DirectionResult& into) {
         into.refused += counts.malformed + counts.unauthentic + counts.foreign;
         into.jitterMeanMs += counts.worstJitterMs / static_cast<double>(legs[side].size());
         into.jitterMaxMs = std::max(into.jitterMaxMs, counts.worstJitterMs);
-        const DelayResult delay = spoken.Finish();
+        const DelayResult delay = spoken.Finish(
+            [this](std::int64_t arrivalNs, std::int64_t us) { phases->OnDelay(arrivalNs, us); });
         into.slips += delay.slips;
         into.unmeasured += delay.unmatched;
         into.delays.Add(delay.delays);

@@ -2,7 +2,7 @@
 //
 // One thread does it all. It wakes every millisecond, sends what is due with sendmmsg, and empties its
 // sockets with recvmmsg; the slots are spread evenly over the packet time. Up to 64 slots share a socket pair
-// for each side, so the module sees the same peer address for several legs and tells them apart by its own
+// for each side, so the target sees the same peer address for several legs and tells them apart by its own
 // ports, as we do. Arrival times are the kernel's, so the rhythm of our reading is in no delay. The time of
 // sending is read just before each sendmmsg of at most 16 packets: the later ones of these look up to some
 // ten microseconds slower than they were. The thread asks for niceness -10, so that other work on the machine
@@ -17,11 +17,13 @@
 #include <string>
 #include <vector>
 
+#include "tools/lab/LoadPhases.h"
 #include "tools/lab/LoadResult.h"
-#include "tools/lab/ModuleSetup.h"
+#include "tools/lab/LoadTarget.h"
 #include "tools/lab/RtpReceiver.h"
 #include "tools/lab/RtpSender.h"
 #include "tools/lab/SpeechSource.h"
+#include "tools/lab/UdpSocket.h"
 
 namespace lab {
 
@@ -34,16 +36,16 @@ class LoadGenerator {
         std::uint64_t received;
     };
 
-    LoadGenerator(ModuleSetup& module, const LoadOptions& options);
+    LoadGenerator(LoadTarget& target, const LoadOptions& options);
     ~LoadGenerator();
     LoadGenerator(const LoadGenerator&) = delete;
     LoadGenerator& operator=(const LoadGenerator&) = delete;
 
-    // Codes the speech, opens the sockets and maps every leg; false with the reason in `error`.
+    // Codes the speech, opens the sockets and sets every slot up; false with the reason in `error`.
     bool Prepare(const SpeechSource& speech, std::string& error);
     // Sends for the seconds wanted, or until `onSecond`, called about once a second, says false.
     void Run(const std::function<bool(const Progress&)>& onSecond);
-    // Frees every slot; false when the module did not acknowledge them all.
+    // Frees every slot; false when the target did not confirm them all.
     bool Release();
     // After Run.
     LoadResult Collect();
@@ -59,8 +61,9 @@ class LoadGenerator {
 
     bool OpenSockets(std::string& error);
     void MakeLegs(const SpeechSource& speech);
-    bool MapLegs(std::string& error);
-    std::optional<DaemonProcess::Usage> DaemonUsage();
+    bool SetUpSlots(std::string& error);
+    void Connect(int side, int slot, const LoadTarget::Leg& leg);
+    void MakeRings(std::int64_t start);
     void Generate();
     bool SendDue(Ring& ring, std::int64_t now);
     void Queue(Leg& leg);
@@ -68,14 +71,18 @@ class LoadGenerator {
     void ReceiveAll();
     void ReceiveFrom(int side, UdpSocket& socket);
     void Deliver(int side, mmsghdr& message);
-    std::uint64_t DropsOfModule() const;
+    void TakePhase();
+    LoadPhases::Count CountOf(int side, std::size_t slot) const;
+    std::uint64_t DropsOfTarget() const;
     void CollectDirection(int side, DirectionResult& into);
 
-    ModuleSetup& module;
+    LoadTarget& target;
     const LoadOptions options;
     std::array<std::vector<UdpPair>, 2> sockets;
     std::array<std::vector<std::unique_ptr<Leg>>, 2> legs;
-    std::array<std::unique_ptr<Ring>, 2> rings;
+    std::array<std::vector<Leg*>, 2> byPort;  // of the target, by the side that listens to it
+    std::vector<Ring> rings;
+    std::unique_ptr<LoadPhases> phases;
     std::unique_ptr<Outbox> outbox;
     std::unique_ptr<Inbox> inbox;
     std::atomic<std::uint64_t> sent{0};
@@ -84,9 +91,9 @@ class LoadGenerator {
     std::atomic<bool> flowing{true};
     DelayStatistics lateness;
     GeneratorHealth health;
-    DaemonCost cost;
-    bool daemonKnown = false;
-    int mapped = 0;
+    std::optional<ProcessCost> cost;
+    ControlAnswers answers;
+    int ready = 0;  // slots that were set up
     double seconds = 0;
 };
 

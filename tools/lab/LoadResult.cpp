@@ -1,5 +1,7 @@
 #include "tools/lab/LoadResult.h"
 
+#include <algorithm>
+
 #include "tools/lab/TextTable.h"
 
 namespace lab {
@@ -40,12 +42,75 @@ nlohmann::json ToJson(const LegSettings& leg) {
                                                       : "80"}};
 }
 
+nlohmann::json ToJson(const LoadResult& result, const ProcessCost& process) {
+    nlohmann::json json{{"cpuPerSecond", process.cpuPerSecond},
+                        {"cpuPerSecondAndSlot", process.cpuPerSecond / result.options.slots},
+                        {"rssBytes", process.rssBytes},
+                        {"threads", process.threads.Total().threads},
+                        {"descriptors", process.descriptors}};
+    for (const ThreadUsage::Role role : {ThreadUsage::Relay, ThreadUsage::Module, ThreadUsage::Other}) {
+        const double cpu = process.CpuPerSecond(role);
+        json["roles"][ThreadUsage::Name(role)] = {{"cpuPerSecond", cpu},
+                                                  {"cpuPerSecondAndSlot", cpu / result.options.slots},
+                                                  {"threads", process.threads.shares[role].threads}};
+    }
+    const auto [voluntary, involuntary] = result.SwitchesPerPacket();
+    json["switchesPerPacket"] = {{"voluntary", voluntary}, {"involuntary", involuntary}};
+    return json;
+}
+
+std::string ToText(const LoadResult& result, const ProcessCost& process) {
+    const auto share = [&](double cpu) {
+        return Decimal(cpu, 3) + " CPU s a second, " + Decimal(1000 * cpu / result.options.slots, 2) +
+               " ms a slot and second";
+    };
+    std::string text = "Process    " + share(process.cpuPerSecond) + "; " +
+                       Decimal(static_cast<double>(process.rssBytes) / BytesPerMb, 1) + " MB resident; " +
+                       std::to_string(process.threads.Total().threads) + " threads, " +
+                       std::to_string(process.descriptors) + " descriptors\n";
+    for (const ThreadUsage::Role role : {ThreadUsage::Relay, ThreadUsage::Module, ThreadUsage::Other}) {
+        const int threads = process.threads.shares[role].threads;
+        if (threads == 0) continue;
+        text += "  " + std::string(ThreadUsage::Name(role)) +
+                std::string(9 - std::char_traits<char>::length(ThreadUsage::Name(role)), ' ') +
+                share(process.CpuPerSecond(role)) + "; " + std::to_string(threads) + " threads\n";
+    }
+    const auto [voluntary, involuntary] = result.SwitchesPerPacket();
+    return text + "           " + Decimal(voluntary, 3) + " voluntary and " + Decimal(involuntary, 3) +
+           " involuntary context switches a packet\n";
+}
+
+std::string ToText(const ControlAnswers& control) {
+    std::string text = "Control    answered in p50 " + Decimal(control.time.p50Ms, 2) + " ms, p99 " +
+                       Decimal(control.time.p99Ms, 2) + " ms, max " + Decimal(control.time.maxMs, 2) +
+                       " ms, " + Number(control.time.count) + " requests";
+    if (control.missing > 0) text += "; " + Number(control.missing) + " more had no answer";
+    return text + "\n";
+}
+
+std::string ToText(const std::vector<PhaseResult>& phases) {
+    if (phases.empty()) return {};
+    TextTable table(
+        {"overload", "seconds", "expected", "lost", "loss %", "worst slot %", "p50 ms", "p99 ms", "max ms"});
+    for (const PhaseResult& phase : phases) {
+        const bool timed = phase.delay.count > 0;
+        table.Add({phase.name, Decimal(phase.seconds, 1), Number(phase.expected), Number(phase.lost),
+                   Decimal(phase.LossPercent(), 3), Decimal(phase.worstLossPercent, 3),
+                   timed ? Decimal(phase.delay.p50Ms, 2) : "-", timed ? Decimal(phase.delay.p99Ms, 2) : "-",
+                   timed ? Decimal(phase.delay.maxMs, 2) : "-"});
+    }
+    return "\n" + table.ToText() +
+           "After begins two seconds behind the end of the overload. Where audio was lost, G.729 shows its "
+           "delay only in "
+           "the first and the last two seconds.\n\n";
+}
+
 std::string Irregularities(const DirectionResult& direction) {
     const struct {
         std::uint64_t count;
         const char* meaning;
-    } rows[] = {{direction.pauses, "pauses over which the module's time stamps jumped"},
-                {direction.slips, "slips of audio inside the module"},
+    } rows[] = {{direction.pauses, "pauses over which the time stamps jumped"},
+                {direction.slips, "slips of audio inside the target"},
                 {direction.unmeasured, "packets without a delay"},
                 {direction.duplicates, "duplicates"},
                 {direction.refused, "refused"}};
@@ -71,6 +136,24 @@ DelaySummary LoadResult::Delay() const {
     return all.Summarise();
 }
 
+std::array<double, 2> LoadResult::SwitchesPerPacket() const {
+    const auto packets =
+        static_cast<double>(std::max<std::uint64_t>(1, directions[0].sent + directions[1].sent));
+    if (!process) return {};
+    const ThreadUsage::Share total = process->threads.Total();
+    return {static_cast<double>(total.voluntary) / packets, static_cast<double>(total.involuntary) / packets};
+}
+
+double LoadResult::JudgedLossPercent() const {
+    if (phases.empty()) return LossPercent();
+    return std::max(phases.front().LossPercent(), phases.back().LossPercent());
+}
+
+double LoadResult::JudgedP99Ms() const {
+    if (phases.empty()) return Delay().p99Ms;
+    return std::max(phases.front().delay.p99Ms, phases.back().delay.p99Ms);
+}
+
 nlohmann::json LoadResult::ToJson() const {
     nlohmann::json json{{"slots", options.slots},
                         {"seconds", seconds},
@@ -82,16 +165,14 @@ nlohmann::json LoadResult::ToJson() const {
     json["generator"] = {{"lateness", lab::ToJson(generator.lateness)},
                          {"stalls", generator.stalls},
                          {"ownDrops", generator.ownDrops},
-                         {"moduleDrops", generator.moduleDrops},
+                         {"targetDrops", generator.targetDrops},
                          {"sendErrors", generator.sendErrors},
                          {"cpuPerSecond", generator.cpuPerSecond}};
-    if (daemon) {
-        json["daemon"] = {{"cpuPerSecond", daemon->cpuPerSecond},
-                          {"cpuPerSecondAndSlot", daemon->cpuPerSecond / options.slots},
-                          {"rssBytes", daemon->rssBytes},
-                          {"threads", daemon->threads},
-                          {"descriptors", daemon->descriptors}};
-    }
+    json["control"] = {{"answer", lab::ToJson(control.time)}, {"missing", control.missing}};
+    if (process) json["process"] = lab::ToJson(*this, *process);
+    if (phases.empty()) return json;
+    json["overload"] = {{"slots", options.overload}, {"seconds", options.overloadSeconds}};
+    for (const PhaseResult& phase : phases) json["overload"]["phases"].push_back(phase.ToJson());
     return json;
 }
 
@@ -106,28 +187,24 @@ std::string LoadResult::ToText() const {
                    Decimal(delay.maxMs, 2), Decimal(direction.jitterMaxMs, 2)});
     }
     std::string text = table.ToText();
-    text += "Delay is what the module adds; jitter is the worst of any slot (RFC 3550).\n\n";
-    if (daemon) {
-        text += "Daemon     " + Decimal(daemon->cpuPerSecond, 3) + " CPU s a second, " +
-                Decimal(1000 * daemon->cpuPerSecond / options.slots, 2) + " ms a slot and second; " +
-                Decimal(static_cast<double>(daemon->rssBytes) / BytesPerMb, 1) + " MB resident; " +
-                std::to_string(daemon->threads) + " threads, " + std::to_string(daemon->descriptors) +
-                " descriptors\n";
-    }
+    text += "Delay is what the target adds; jitter is the worst of any slot (RFC 3550).\n\n";
+    text += lab::ToText(phases);
+    if (process) text += lab::ToText(*this, *process);
+    text += lab::ToText(control);
     text += "Generator  " + Decimal(generator.cpuPerSecond, 3) + " CPU s a second; sent late by p99 " +
             Decimal(generator.lateness.p99Ms, 2) + " ms, max " + Decimal(generator.lateness.maxMs, 2) +
             " ms\n";
     if (generator.stalls > 0) {
         text += "Warning    the generator stalled " + Number(generator.stalls) +
                 " times: this machine is too slow or too busy for the load, and the figures are not the "
-                "module's alone\n";
+                "target's alone\n";
     }
     if (generator.ownDrops > 0) {
         text += "Warning    the generator's own sockets dropped " + Number(generator.ownDrops) +
-                " packets: not all loss is the module's\n";
+                " packets: not all loss is the target's\n";
     }
-    if (generator.moduleDrops > 0)
-        text += "           " + Number(generator.moduleDrops) + " packets overflowed the module's sockets\n";
+    if (generator.targetDrops > 0)
+        text += "           " + Number(generator.targetDrops) + " packets overflowed the target's sockets\n";
     for (int side = 0; side < 2; ++side) {
         const DirectionResult& direction = directions[side];
         const std::string irregular = Irregularities(direction);

@@ -5,8 +5,11 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "tools/lab/ControlProbe.h"
 #include "tools/lab/DelayStatistics.h"
 #include "tools/lab/LoadOptions.h"
+#include "tools/lab/LoadPhases.h"
+#include "tools/lab/ProcessMeter.h"
 
 namespace lab {
 
@@ -30,20 +33,12 @@ struct DirectionResult {
     double LossPercent() const { return expected == 0 ? 0 : 100.0 * static_cast<double>(lost) / expected; }
 };
 
-// Of the daemon, where its process is known.
-struct DaemonCost {
-    double cpuPerSecond = 0;     // CPU seconds of user and system time a wall second
-    std::uint64_t rssBytes = 0;  // the most seen while audio flowed
-    int threads = 0;
-    int descriptors = 0;
-};
-
 // Whether the generator itself can be believed.
 struct GeneratorHealth {
     DelaySummary lateness;          // of sending against the ideal clock
     std::uint64_t stalls = 0;       // times it was so late that it went on at the usual pace, with a gap
     std::uint64_t ownDrops = 0;     // packets that the kernel dropped at our own sockets
-    std::uint64_t moduleDrops = 0;  // and at the module's
+    std::uint64_t targetDrops = 0;  // and at the target's
     std::uint64_t sendErrors = 0;
     double cpuPerSecond = 0;
 };
@@ -51,13 +46,20 @@ struct GeneratorHealth {
 struct LoadResult {
     LoadOptions options;
     std::array<DirectionResult, 2> directions;  // by the side that spoke
-    std::optional<DaemonCost> daemon;
+    std::optional<ProcessCost> process;         // the target's, where it is known
+    ControlAnswers control;
     GeneratorHealth generator;
-    double seconds = 0;  // that audio was sent
+    std::vector<PhaseResult> phases;  // of a run with an overload
+    double seconds = 0;               // that audio was sent
 
     double LossPercent() const;
     // Of both directions together.
     DelaySummary Delay() const;
+    // Context switches of the target for a packet that was sent to it: voluntary, involuntary.
+    std::array<double, 2> SwitchesPerPacket() const;
+    // The worst phase but that of the overload, or the whole run where there was none: what limits are for.
+    double JudgedLossPercent() const;
+    double JudgedP99Ms() const;
     nlohmann::json ToJson() const;
     // A table for people.
     std::string ToText() const;
