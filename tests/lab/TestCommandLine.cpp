@@ -56,6 +56,14 @@ TEST(CommandLine, SaysInPlainWordsWhatIsWrong) {
          "Cannot run /no/such/daemon: No such file"},
         {{"load", "--daemon", "/bin/false", "--seconds", "1"}, 1, "The daemon ended instead of registering"},
         {{"load", "--daemon", "x", "--module", "127.0.0.1:4000"}, 2, "excludes"},
+        {{"load", "--proxy-ng", "127.0.0.1:4000", "--forwarder", "127.0.0.1:4000"}, 2, "excludes"},
+        {{"load", "--proxy-ng", "there"}, 1, "'there' is no address and port"},
+        {{"load", "--pid", "1"}, 2, "is for --module, --proxy-ng and --forwarder"},
+        {{"load", "--srtp-leg", "external"}, 2, "--srtp"},
+        {{"load", "--overload", "5"}, 2, "--overload-seconds"},
+        {{"load", "--overload", "5", "--overload-seconds", "10", "--seconds", "12"},
+         2,
+         "--seconds must be at least 18"},
         {{"gatekeeper", "--listen", "here"}, 2, "'here' is no address and port"},
     };
     for (const auto& row : rows) {

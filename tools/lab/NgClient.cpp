@@ -25,7 +25,7 @@ bool NgClient::Open(const SockAddr& address, std::string& error) {
 }
 
 std::optional<NgClient::Reply> NgClient::Ask(const nlohmann::json& request, std::string& error) {
-    const std::string cookie = std::to_string(++cookies) + " ";
+    const std::string cookie = name + std::to_string(++cookies) + " ";
     const std::string datagram = cookie + ToBencode(request);
     const std::int64_t begin = WallNs();
     error = "The proxy does not answer at " + ToText(proxy) + ".";

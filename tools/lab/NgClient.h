@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <random>
 #include <string>
 
 #include "tools/lab/UdpSocket.h"
@@ -27,6 +28,8 @@ class NgClient {
  private:
     SockAddr proxy;
     UdpSocket socket;
+    // A proxy answers a cookie that it has seen in the last half minute as it did then, whoever asks.
+    const std::string name = std::to_string(std::random_device{}()) + "_";
     unsigned cookies = 0;
 };
 
