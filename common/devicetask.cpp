@@ -17,9 +17,9 @@ constexpr int SignalIntervalMs = 10;
 
 // The sanitizers' frames are several times the size of ours.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t ReaderStack = 2 * 1024 * 1024;
+constexpr std::size_t ReaderStack = std::size_t{2} * 1024 * 1024;
 #else
-constexpr std::size_t ReaderStack = 256 * 1024;
+constexpr std::size_t ReaderStack = std::size_t{256} * 1024;
 #endif
 
 // A thread that is made while this lives begins with SIGABRT blocked: a Stop that comes at once must not meet
@@ -67,8 +67,9 @@ DeviceTask::~DeviceTask() {
 }
 
 int DeviceTask::Start(const char* s) {
-    const bool fits = std::strlen(s) < sizeof path;
-    if (fits) std::strcpy(path, s);
+    const std::size_t length = std::strlen(s);
+    const bool fits = length < sizeof path;
+    if (fits) std::memcpy(path, s, length + 1);
     errno = ENAMETOOLONG;
     std::shared_ptr<const kernel::DeviceFile> device =
         fits ? kernel::DeviceFile::Open(path, O_RDWR) : nullptr;
