@@ -202,7 +202,7 @@ void LoadGenerator::Generate() {
         goesOn = false;
         for (Ring& ring : rings) goesOn = SendDue(ring, now) || goesOn;
         ReceiveAll();
-        if (phases->IsDue(now)) TakePhase();
+        if (phases->IsDue(now)) TakePhase(now);
     }
     seconds = static_cast<double>(WallNs() - start) / NsPerSecond;
     health.cpuPerSecond = (ThreadCpuSeconds() - cpuBefore) / std::max(seconds, 0.001);
@@ -227,11 +227,11 @@ void LoadGenerator::MakeRings(std::int64_t start) {
 }
 
 // Of every direction of every slot.
-void LoadGenerator::TakePhase() {
+void LoadGenerator::TakePhase(std::int64_t now) {
     std::vector<LoadPhases::Count> counts;
     for (int side = 0; side < 2; ++side)
         for (std::size_t slot = 0; slot < legs[side].size(); ++slot) counts.push_back(CountOf(side, slot));
-    phases->Take(std::move(counts));
+    phases->Take(now, counts);
 }
 
 // What a leg has said, as its other side was to hear it and did.

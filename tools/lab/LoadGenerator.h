@@ -71,7 +71,7 @@ class LoadGenerator {
     void ReceiveAll();
     void ReceiveFrom(int side, UdpSocket& socket);
     void Deliver(int side, mmsghdr& message);
-    void TakePhase();
+    void TakePhase(std::int64_t now);
     LoadPhases::Count CountOf(int side, std::size_t slot) const;
     std::uint64_t DropsOfTarget() const;
     void CollectDirection(int side, DirectionResult& into);

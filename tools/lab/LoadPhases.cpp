@@ -1,6 +1,7 @@
 #include "tools/lab/LoadPhases.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace lab {
 
@@ -30,6 +31,17 @@ LoadPhases::LoadPhases(const LoadOptions& options, std::int64_t startNs) {
     instants = {SettleNs, begin, begin + overload, begin + overload + RecoveryNs, whole - EndNs};
     for (std::int64_t& instant : instants) instant += startNs;
     due = options.overload > 0 ? instants.size() : 0;
+}
+
+void LoadPhases::Take(std::int64_t nowNs, const std::vector<Count>& counts) {
+    if (looking.empty()) looking = counts;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        const Count before = looking[i];
+        const auto open = std::min<std::int64_t>(before.expected - before.received,
+                                                 counts[i].expected - counts[i].received);
+        looking[i] = {counts[i].expected, counts[i].expected - static_cast<std::uint64_t>(open)};
+    }
+    if (nowNs >= instants[taken.size()]) taken.push_back(std::exchange(looking, {}));
 }
 
 void LoadPhases::OnDelay(std::int64_t arrivalNs, std::int64_t us) {

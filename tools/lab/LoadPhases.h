@@ -1,8 +1,10 @@
 // A load run with an overload in its middle, looked at before, during and after it.
 //
 // Packets are counted at five instants: a second after the start, when the overload begins, when it ends, two
-// seconds later, and at the end. What is under way at an instant falls into the next stretch: some 40 ms of
-// speech, and up to 200 ms of it when an overload ends.
+// seconds later, and at the end. At each of them every tick of the last 60 ms is looked at, and what was open
+// at the emptiest is taken for lost so far: the rest was under way. Where the target holds speech back for
+// longer than a packet time, as under an overload, that part of it counts as lost in this stretch, and as
+// come in the next.
 #pragma once
 
 #include <array>
@@ -45,21 +47,26 @@ class LoadPhases {
 
     // When the overload begins (WallNs).
     std::int64_t OverloadNs() const { return instants[1]; }
-    // Whether an instant has come at which Take must be called.
-    bool IsDue(std::int64_t nowNs) const { return taken.size() < due && nowNs >= instants[taken.size()]; }
+    // Whether Take must be called now.
+    bool IsDue(std::int64_t nowNs) const {
+        return taken.size() < due && nowNs >= instants[taken.size()] - LookNs;
+    }
     // Every direction of every slot, in the same order each time.
-    void Take(std::vector<Count> counts) { taken.push_back(std::move(counts)); }
+    void Take(std::int64_t nowNs, const std::vector<Count>& counts);
     void OnDelay(std::int64_t arrivalNs, std::int64_t us);
 
     // Those that were seen from beginning to end.
     std::vector<PhaseResult> Results() const;
 
  private:
+    static constexpr std::int64_t LookNs = 60'000'000;
+
     struct Phase;
     static const std::array<Phase, 3> Phases;
 
     std::array<std::int64_t, 5> instants{};
     std::size_t due = 0;
+    std::vector<Count> looking;  // at the instant that is due
     std::vector<std::vector<Count>> taken;
     std::array<DelayStatistics, 3> delays;
 };
