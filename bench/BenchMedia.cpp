@@ -1,22 +1,19 @@
-// What a 10 ms frame costs in each codec, and a packet in SRTP.
+// What a 10 ms frame costs in G.711, and a packet in SRTP.
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cmath>
 
 #include "platform/media/G711.h"
-#include "platform/media/G729Coder.h"
-#include "platform/media/G729Decoder.h"
 #include "platform/media/RtpHeader.h"
 #include "platform/media/SrtpSession.h"
 
 namespace {
 
 constexpr int FrameSamples = 80;
-constexpr int FrameBytes = 10;
 constexpr int Frames = 200;
 
-// Two seconds of a gliding tone with harmonics: voiced enough that the coder's searches do their usual work.
+// Two seconds of a gliding tone with harmonics: as loud as speech.
 std::array<UBYTE, FrameSamples * Frames> Voice() {
     std::array<std::int16_t, FrameSamples * Frames> linear{};
     double phase = 0;
@@ -29,34 +26,6 @@ std::array<UBYTE, FrameSamples * Frames> Voice() {
     LinearToAlaw(linear.data(), alaw.data(), static_cast<int>(linear.size()));
     return alaw;
 }
-
-void G729Encode(benchmark::State& state) {
-    auto voice = Voice();
-    G729Coder coder;
-    std::array<UBYTE, FrameBytes> frame{};
-    std::size_t at = 0;
-    for (auto _ : state) {
-        coder.Encode(&voice[at], frame.data(), FrameSamples);
-        benchmark::DoNotOptimize(frame);
-        at = (at + FrameSamples) % voice.size();
-    }
-}
-BENCHMARK(G729Encode)->Unit(benchmark::kMicrosecond);
-
-void G729Decode(benchmark::State& state) {
-    auto voice = Voice();
-    std::array<UBYTE, FrameBytes * Frames> frames{};
-    G729Coder().Encode(voice.data(), frames.data(), static_cast<int>(voice.size()));
-    G729Decoder decoder;
-    std::array<UBYTE, FrameSamples> samples{};
-    std::size_t at = 0;
-    for (auto _ : state) {
-        decoder.Decode(&frames[at], samples.data(), FrameBytes);
-        benchmark::DoNotOptimize(samples);
-        at = (at + FrameBytes) % frames.size();
-    }
-}
-BENCHMARK(G729Decode)->Unit(benchmark::kMicrosecond);
 
 void AlawToLinearFrame(benchmark::State& state) {
     auto voice = Voice();

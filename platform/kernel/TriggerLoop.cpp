@@ -175,7 +175,7 @@ void TriggerLoop::PollSockets() {
         media = media || pending[i]->IsMedia();
         pending[i]->OnReadable();
     }
-    // With more than fits one wait there is no time to rest.
+    // Those that had so many to read have no time to rest.
     mediaServed = media && pending.size() < EventsPerWait / 2 ? os_clock_us() / MicrosecondsPerMs : 0;
     pending.clear();
 }

@@ -9,7 +9,7 @@
 #include "platform/media/MediaTypes.h"
 #include "platform/media/PhoneDevice.h"
 #include "platform/media/RtpCallStats.h"
-#include "platform/media/SrtpSession.h"
+#include "platform/media/StreamKeys.h"
 
 namespace media {
 
@@ -26,15 +26,6 @@ struct StreamDescription {
     int dtmfPayloadType = 0;
 };
 
-// Valid for the call alone, wiped behind it.
-struct StreamKeys {
-    int tagLength;  // bytes of an RTP packet's authentication tag: 4 or 10
-    SrtpSession::Salt localSalt;
-    SrtpSession::Key localKey;
-    SrtpSession::Salt remoteSalt;
-    SrtpSession::Key remoteKey;
-};
-
 class AudioHardware {
  public:
     virtual ~AudioHardware() = default;
@@ -43,7 +34,8 @@ class AudioHardware {
     virtual void StartRealTime() = 0;
 
     virtual bool Open(UWORD sid, PhoneDevice::Direction direction) = 0;
-    // Protects both directions of an open stream with SRTP. Comes before Describe.
+    // Protects both directions of an open stream with SRTP. Comes before Describe. The keys are valid for the
+    // call alone, wiped behind it.
     virtual bool Protect(UWORD sid, const StreamKeys& keys) = 0;
     // Says what the open stream is, and starts it; again: it is another from now on.
     virtual bool Describe(UWORD sid, const StreamDescription& description) = 0;

@@ -77,15 +77,14 @@ void RTPEndPoint::ConferenceRemove(RTPEndPoint* member) {
 
 int RTPEndPoint::SRTPEnable(int tagLength, unsigned char* localSalt, unsigned char* localKey,
                             unsigned char* remoteSalt, unsigned char* remoteKey) {
-    if (session) return session->Protect(tagLength, localSalt, localKey, remoteSalt, remoteKey);
-    using Salt = media::SrtpSession::Salt;
-    using Key = media::SrtpSession::Key;
-    constexpr int SaltSize = media::SrtpSession::SaltSize;
-    constexpr int KeySize = media::SrtpSession::KeySize;
-    if (localSalt == nullptr || localKey == nullptr || remoteSalt == nullptr || remoteKey == nullptr)
-        return -1;
-    const bool accepted = stream->Protect({tagLength, Salt(localSalt, SaltSize), Key(localKey, KeySize),
-                                           Salt(remoteSalt, SaltSize), Key(remoteKey, KeySize)});
+    std::optional<media::StreamKeys> keys;
+    if (localSalt != nullptr && localKey != nullptr && remoteSalt != nullptr && remoteKey != nullptr) {
+        using Srtp = media::SrtpSession;
+        keys.emplace(media::StreamKeys{
+            tagLength, Srtp::Salt(localSalt, Srtp::SaltSize), Srtp::Key(localKey, Srtp::KeySize),
+            Srtp::Salt(remoteSalt, Srtp::SaltSize), Srtp::Key(remoteKey, Srtp::KeySize)});
+    }
+    const bool accepted = session ? session->Protect(keys) : keys && stream->Protect(*keys);
     return accepted ? 0 : -1;
 }
 

@@ -49,23 +49,20 @@ void RtpSession::Start(const SockAddr& localRtp, const StreamAttributes& attribu
     if (control != nullptr) rtcp.Start(localRtp);
 }
 
-int RtpSession::Protect(int tagLength, const UBYTE* localSalt, const UBYTE* localKey, const UBYTE* remoteSalt,
-                        const UBYTE* remoteKey) {
+bool RtpSession::Protect(const std::optional<StreamKeys>& keys) {
     std::unique_ptr<SrtpSession> outbound;
     std::unique_ptr<SrtpSession> inbound;
-    if (localSalt != nullptr && localKey != nullptr && remoteSalt != nullptr && remoteKey != nullptr) {
-        outbound = SrtpSession::Create(SrtpSession::Outbound, tagLength,
-                                       SrtpSession::Key(localKey, SrtpSession::KeySize),
-                                       SrtpSession::Salt(localSalt, SrtpSession::SaltSize));
-        inbound = SrtpSession::Create(SrtpSession::Inbound, tagLength,
-                                      SrtpSession::Key(remoteKey, SrtpSession::KeySize),
-                                      SrtpSession::Salt(remoteSalt, SrtpSession::SaltSize));
+    if (keys) {
+        outbound =
+            SrtpSession::Create(SrtpSession::Outbound, keys->tagLength, keys->localKey, keys->localSalt);
+        inbound =
+            SrtpSession::Create(SrtpSession::Inbound, keys->tagLength, keys->remoteKey, keys->remoteSalt);
     }
     const bool ok = outbound != nullptr && inbound != nullptr;
     // Half a protection is none: both directions are then shut.
     output.Protect(ok ? std::move(outbound) : nullptr);
     inboundGate.Protect(ok ? std::move(inbound) : nullptr);
-    return ok ? 0 : -1;
+    return ok;
 }
 
 void RtpSession::SendDigit(char digit, int duration) {

@@ -2,12 +2,15 @@
 // timers. Threads as there.
 #pragma once
 
+#include <optional>
+
 #include "platform/kernel/OSTimerTrigger.h"
 #include "platform/media/Discards.h"
 #include "platform/media/RtcpControl.h"
 #include "platform/media/RtpCallStats.h"
 #include "platform/media/RtpInput.h"
 #include "platform/media/RtpOutput.h"
+#include "platform/media/StreamKeys.h"
 
 namespace media {
 
@@ -23,8 +26,8 @@ class RtpSession {
     void BindControl(OSIO* socket);
     void Release(const OSIO* lower);
     void Start(const SockAddr& localRtp, const StreamAttributes& attributes);
-    int Protect(int tagLength, const UBYTE* localSalt, const UBYTE* localKey, const UBYTE* remoteSalt,
-                const UBYTE* remoteKey);
+    // False, and both directions shut, without keys or when they are refused.
+    bool Protect(const std::optional<StreamKeys>& keys);
     void SendDigit(char digit, int duration);
     void FillStats(_rtp_callstats& stats) const;
 

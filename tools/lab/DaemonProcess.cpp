@@ -219,19 +219,14 @@ std::size_t DaemonProcess::CountLines(std::string_view text) const {
 }
 
 std::optional<DaemonProcess::Usage> DaemonProcess::Measure(pid_t pid) {
+    clockid_t clock{};
+    timespec used{};
+    if (pid <= 0 || clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &used) != 0)
+        return std::nullopt;
     const std::string folder = "/proc/" + std::to_string(pid);
-    const std::string stat = ReadAll(folder + "/stat");
-    const std::size_t behindName = stat.rfind(')');
-    if (pid <= 0 || behindName == std::string::npos) return std::nullopt;
-    std::istringstream fields(stat.substr(behindName + 2));
-    std::string skipped;
-    for (int field = 3; field < 14; ++field) fields >> skipped;
-    unsigned long long user = 0;
-    unsigned long long system = 0;
-    fields >> user >> system;
     const std::string status = ReadAll(folder + "/status");
     Usage usage;
-    usage.cpuSeconds = static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    usage.cpuSeconds = static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
     usage.rssBytes = StatusKilobytes(status, "VmRSS:");
     usage.peakBytes = StatusKilobytes(status, "VmHWM:");
     usage.threads = CountEntries(folder + "/task");

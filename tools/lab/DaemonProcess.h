@@ -19,7 +19,7 @@ namespace lab {
 class DaemonProcess {
  public:
     struct Usage {
-        double cpuSeconds = 0;        // user and system time since the start
+        double cpuSeconds = 0;        // of all its threads since the start, ended ones included
         std::uint64_t rssBytes = 0;   // resident now
         std::uint64_t peakBytes = 0;  // resident at most
         int threads = 0;

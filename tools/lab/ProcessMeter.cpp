@@ -7,8 +7,6 @@
 #include <fstream>
 #include <string>
 
-#include "tools/lab/DaemonProcess.h"
-
 namespace lab {
 
 namespace {
@@ -21,15 +19,6 @@ std::int64_t SteadyNs() {
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
 
-// Of all threads, those that have ended included; to the nanosecond.
-std::optional<double> CpuSeconds(pid_t pid) {
-    clockid_t clock{};
-    timespec used{};
-    if (pid <= 0 || clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &used) != 0)
-        return std::nullopt;
-    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / NsPerSecond;
-}
-
 }  // namespace
 
 double ProcessCost::CpuPerSecond(ThreadUsage::Role role) const {
@@ -38,9 +27,9 @@ double ProcessCost::CpuPerSecond(ThreadUsage::Role role) const {
 
 std::optional<ProcessMeter::Reading> ProcessMeter::Read() const {
     const std::optional<ThreadUsage> threads = ThreadUsage::Read(pid);
-    const std::optional<double> cpu = CpuSeconds(pid);
-    if (!threads || !cpu) return std::nullopt;
-    return Reading{SteadyNs(), *cpu, *threads};
+    const std::optional<DaemonProcess::Usage> usage = DaemonProcess::Measure(pid);
+    if (!threads || !usage) return std::nullopt;
+    return Reading{SteadyNs(), *usage, *threads};
 }
 
 void ProcessMeter::Begin() {
@@ -60,14 +49,13 @@ void ProcessMeter::Look() {
 std::optional<ProcessCost> ProcessMeter::End() {
     Look();
     const std::optional<Reading> end = Read();
-    const std::optional<DaemonProcess::Usage> usage = DaemonProcess::Measure(pid);
-    if (!begin || !end || !usage) return std::nullopt;
+    if (!begin || !end) return std::nullopt;
     ProcessCost cost;
     cost.seconds = static_cast<double>(end->atNs - begin->atNs) / NsPerSecond;
-    cost.cpuPerSecond = (end->cpuSeconds - begin->cpuSeconds) / cost.seconds;
+    cost.cpuPerSecond = (end->usage.cpuSeconds - begin->usage.cpuSeconds) / cost.seconds;
     cost.threads = end->threads.Since(begin->threads);
     cost.rssBytes = rssBytes;
-    cost.descriptors = usage->descriptors;
+    cost.descriptors = end->usage.descriptors;
     return cost;
 }
 

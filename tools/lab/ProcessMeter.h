@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "tools/lab/DaemonProcess.h"
 #include "tools/lab/ThreadUsage.h"
 
 namespace lab {
@@ -34,7 +35,7 @@ class ProcessMeter {
  private:
     struct Reading {
         std::int64_t atNs;
-        double cpuSeconds;
+        DaemonProcess::Usage usage;
         ThreadUsage threads;
     };
     std::optional<Reading> Read() const;
