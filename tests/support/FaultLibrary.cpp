@@ -12,7 +12,6 @@
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -86,8 +85,6 @@ void* RunModule(void* argument) {
 
 }  // namespace
 
-// What a sanitizer's run-time calls while it starts goes to the system at once: it cannot bear a symbol's
-// search.
 extern "C" {
 
 int open(const char* path, int flags, ...) {
@@ -96,7 +93,7 @@ int open(const char* path, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
     const int fault = OpenFault(path);
-    return fault != 0 ? Fail(fault) : static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    return fault != 0 ? Fail(fault) : Next<int(const char*, int, mode_t)>("open")(path, flags, mode);
 }
 
 int fcntl(int fd, int command, ...) {
@@ -105,7 +102,7 @@ int fcntl(int fd, int command, ...) {
     void* argument = va_arg(rest, void*);
     va_end(rest);
     const int fault = command == F_SETFD ? Number("KESTREL_FAULT_CLOSE_ON_EXEC") : 0;
-    return fault != 0 ? Fail(fault) : static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
+    return fault != 0 ? Fail(fault) : Next<int(int, int, void*)>("fcntl")(fd, command, argument);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*main)(void*),
@@ -126,7 +123,7 @@ int pthread_setschedparam(pthread_t thread, int policy, const sched_param* param
 }
 
 int getrlimit(__rlimit_resource_t resource, rlimit* limit) noexcept {
-    const int result = static_cast<int>(syscall(SYS_prlimit64, 0, resource, nullptr, limit));
+    const int result = Next<int(__rlimit_resource_t, rlimit*)>("getrlimit")(resource, limit);
     if (resource == RLIMIT_NOFILE && std::getenv("KESTREL_FAULT_NOFILE") != nullptr) {
         *limit = {RLIM_INFINITY, RLIM_INFINITY};
     }
