@@ -4,6 +4,7 @@
 #include <sched.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <string>
 
 #include "app/ControlChannel/ConferenceMixer.h"
@@ -16,6 +17,7 @@
 namespace {
 
 constexpr ULONG CycleTime = 10;  // ms
+constexpr std::uint64_t MicrosecondsPerMs = 1000;
 
 void PrintSchedulingError(int error) {
     switch (error) {
@@ -73,7 +75,7 @@ void RelayThread::Main() {
     Console->Print("RelayThread::Main - chan %d - thread started", parent->chan);
     Settle();
     // Never re-based: after overruns the cycles catch up until they are back on the grid.
-    ULONG tstamp = os_clock();
+    ULONG tstamp = JoinGrid();
     while (!done) {
         Cycle();
         tstamp += CycleTime;
@@ -86,6 +88,19 @@ void RelayThread::Settle() {
     kernel::NameThread(("relay " + std::to_string(parent->chan)).c_str());
     RaisePriority();
     kernel::KeepOnProcessor(static_cast<unsigned>(parent->chan) / 2);
+    kernel::LeaveRestartableSequences();
+}
+
+// Half of the slots share each of two grids, so that a processor is woken for many at once, and is free
+// between them. Threads wake a millisecond before their deadlines, thus at even ones, when media was read a
+// millisecond ago (TriggerLoop).
+ULONG RelayThread::JoinGrid() {
+    constexpr int SlotsInARow = 2;  // whose threads run on different processors
+    const ULONG grid = parent->chan / 2 / SlotsInARow % 2 == 0 ? 1 : 5;
+    const std::uint64_t now = os_clock_us() / MicrosecondsPerMs;
+    const ULONG wait = CycleTime - static_cast<ULONG>((now + CycleTime - grid) % CycleTime);
+    Sleep(wait);
+    return static_cast<ULONG>(now) + wait;
 }
 
 void RelayThread::RaisePriority() {

@@ -28,6 +28,7 @@ class RelayThread : public SimpleThread {
  private:
     void Settle();
     void RaisePriority();
+    ULONG JoinGrid();
     void Cycle();
     void Transfer(MediaRelay* irelay, MediaRelay* erelay, bool conference);
     void Pace(const MediaRelay& irelay, const MediaRelay* erelay);

@@ -3,6 +3,7 @@
 
 #include <netinet/ip.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <mutex>
 
@@ -129,7 +130,8 @@ void AsyncSocket::OnReadable() {
     kernel::ReceiveBatch& batch = keeper->Batch();
     // A negative count is an error that an earlier send met (ICMP) or nothing to read: the socket stays as it
     // is.
-    const int count = kernel::System().ReceiveDatagrams(socket.Descriptor(), batch.Prepare());
+    const int count = kernel::System().ReceiveDatagrams(socket.Descriptor(), batch.Prepare(room));
+    room = count == room ? std::min(2 * room, kernel::ReceiveBatch::Datagrams) : 1;
     for (int i = 0; i < count && !gone && !stopped.load(std::memory_order_relaxed); ++i) {
         Deliver(batch.Bytes(i), batch.From(i), batch.IsTruncated(i));
         if (signals) batch.Wipe(i);

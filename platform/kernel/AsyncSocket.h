@@ -83,6 +83,7 @@ class AsyncSocket : public OSIO {
     std::shared_ptr<kernel::TriggerLoop> loop;
     SockAddr peer;
     bool signalling;
+    int room = 1;  // datagrams to ask for: asking for more than there are costs as much as a tenth of one
     bool* destroyed = nullptr;  // set while a batch is delivered; Free reports through it
     std::atomic<ULONG> refused{0};
     std::atomic<ULONG> sendErrors{0};

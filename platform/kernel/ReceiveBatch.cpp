@@ -14,12 +14,13 @@ ReceiveBatch::ReceiveBatch() {
     }
 }
 
-std::span<mmsghdr> ReceiveBatch::Prepare() {
-    for (mmsghdr& message : messages) {
+std::span<mmsghdr> ReceiveBatch::Prepare(int count) {
+    const std::span<mmsghdr> room = std::span(messages).first(static_cast<std::size_t>(count));
+    for (mmsghdr& message : room) {
         message.msg_hdr.msg_namelen = sizeof(sockaddr_in);
         message.msg_hdr.msg_flags = 0;
     }
-    return messages;
+    return room;
 }
 
 std::span<const UBYTE> ReceiveBatch::Bytes(int index) const {

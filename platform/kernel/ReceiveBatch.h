@@ -18,8 +18,8 @@ class ReceiveBatch {
 
     ReceiveBatch();
 
-    // The messages to read into, ready for a new read.
-    std::span<mmsghdr> Prepare();
+    // The first `count` messages, ready for a new read.
+    std::span<mmsghdr> Prepare(int count);
 
     std::span<const UBYTE> Bytes(int index) const;
     SockAddr From(int index) const { return SockAddr(names[static_cast<std::size_t>(index)]); }

@@ -3,6 +3,11 @@
 
 #include <pthread.h>
 #include <sched.h>
+#include <sys/rseq.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 namespace kernel {
 
@@ -28,6 +33,13 @@ void KeepOnProcessor(unsigned index) {
         sched_setaffinity(0, sizeof one, &one);
         return;
     }
+}
+
+void LeaveRestartableSequences() {
+    if (__rseq_size == 0) return;  // not registered
+    constexpr unsigned SmallestArea = 32;
+    void* area = static_cast<char*>(__builtin_thread_pointer()) + __rseq_offset;
+    syscall(SYS_rseq, area, std::max(__rseq_size, SmallestArea), RSEQ_FLAG_UNREGISTER, RSEQ_SIG);
 }
 
 }  // namespace kernel

@@ -15,4 +15,8 @@ bool RunBeforeOrdinaryThreads();
 // Without effect where the system refuses it.
 void KeepOnProcessor(unsigned index);
 
+// Ends the thread's registration for restartable sequences, which the C library makes for every thread and
+// the system then keeps up at each switch: for a thread that wakes all the time. Nothing here uses them.
+void LeaveRestartableSequences();
+
 }  // namespace kernel

@@ -18,6 +18,7 @@ namespace kernel {
 namespace {
 
 constexpr std::int64_t MicrosecondsPerMs = 1000;
+constexpr std::uint64_t MediaTurnMs = 2;
 constexpr std::uint64_t Never = ~std::uint64_t{0};
 
 thread_local std::shared_ptr<TriggerLoop> current;
@@ -103,11 +104,15 @@ bool TriggerLoop::Wait(int ms) {
     return false;
 }
 
-// Under load a wake-up for each packet costs more than the packet. A loop that has read media in this
-// millisecond rests until the next, and then finds the packets of many sockets at once.
+// Under load a wake-up for each packet costs more than the packet. A loop that has read media rests until the
+// next odd millisecond, and then finds the packets of many sockets at once.
 void TriggerLoop::GatherMedia() {
-    if (mediaServed == 0 || mediaServed != os_clock_us() / MicrosecondsPerMs) return;
-    System().SleepUntil((mediaServed + 1) * MicrosecondsPerMs);
+    if (mediaServed == 0) return;
+    const std::uint64_t now = os_clock_us();
+    const std::uint64_t turn = ((mediaServed + 1) / MediaTurnMs * MediaTurnMs + 1) * MicrosecondsPerMs;
+    const std::int64_t toTimer = MicrosecondsToTimer();
+    const std::uint64_t end = toTimer < 0 ? turn : std::min(turn, now + static_cast<std::uint64_t>(toTimer));
+    if (end > now) System().SleepUntil(end);
 }
 
 // Whether a wake-up, a readable socket, a ready trigger or a due timer waits for Poll.
