@@ -177,23 +177,25 @@ TEST(TestSrtpSession, RollOverOutlivesAnotherSourceAndForgeries) {
 }
 
 TEST(TestSrtpSession, SourcesWithoutEndKeepABoundedNumberOfContexts) {
-    const auto sender = Make(SrtpSession::Outbound, 10);
+    const auto protect = [](ULONG ssrc, UWORD sequence) {
+        return Protect(*Make(SrtpSession::Outbound, 10), Plain(ssrc, sequence));
+    };
     const auto receiver = Make(SrtpSession::Inbound, 10);
-    Bytes first;
-    for (ULONG ssrc = 1; ssrc <= 3 * SrtpSession::MaxSources; ssrc++) {
-        const Bytes packet = Protect(*sender, Plain(ssrc, 10));
-        if (ssrc == 1) first = packet;
-        EXPECT_EQ(Receive(*receiver, packet), Ok);
-        EXPECT_EQ(Receive(*receiver, packet), Replayed);
+    constexpr ULONG Newest = 3 * SrtpSession::MaxSources;
+    for (ULONG ssrc = 1; ssrc <= Newest; ssrc++) {
+        EXPECT_EQ(Receive(*receiver, protect(ssrc, 10)), Ok);
+        EXPECT_EQ(Receive(*receiver, protect(ssrc, 10)), Replayed);
     }
-    // The first context is gone, and with it the memory of what it received.
-    EXPECT_EQ(Receive(*receiver, first), Ok);
+    // The first context is gone, and with it the memory of what it received; it has now taken the place of
+    // the oldest.
+    EXPECT_EQ(Receive(*receiver, protect(1, 10)), Ok);
+    EXPECT_EQ(Receive(*receiver, protect(Newest - SrtpSession::MaxSources + 1, 10)), Ok);
     // Made-up sources leave no context.
     for (ULONG ssrc = 1000; ssrc < 2000; ssrc++) {
         EXPECT_EQ(Receive(*receiver, Bytes(Plain(ssrc, 5))), Refused);
     }
-    const ULONG newest = 3 * SrtpSession::MaxSources;
-    EXPECT_EQ(Receive(*receiver, Protect(*sender, Plain(newest, 11))), Ok);
+    EXPECT_EQ(Receive(*receiver, protect(Newest, 10)), Replayed);
+    EXPECT_EQ(Receive(*receiver, protect(Newest, 11)), Ok);
 }
 
 }  // namespace
