@@ -53,21 +53,22 @@ class SrtpPeer {
     }
     Result UnprotectRtp(std::span<UBYTE> packet, size_t& length) {
         int left = static_cast<int>(packet.size());
-        return ResultOf(srtp_unprotect(context, packet.data(), &left), left, length);
+        const srtp_err_status_t status = srtp_unprotect(context, packet.data(), &left);
+        length = static_cast<size_t>(left);
+        return ResultOf(status);
     }
     Result UnprotectRtcp(std::span<UBYTE> packet, size_t& length) {
         int left = static_cast<int>(packet.size());
-        return ResultOf(srtp_unprotect_rtcp(context, packet.data(), &left), left, length);
+        const srtp_err_status_t status = srtp_unprotect_rtcp(context, packet.data(), &left);
+        length = static_cast<size_t>(left);
+        return ResultOf(status);
     }
 
  private:
-    static Result ResultOf(srtp_err_status_t status, int left, size_t& length) {
-        if (status == srtp_err_status_replay_fail || status == srtp_err_status_replay_old) {
-            return Result::Replayed;
-        }
-        if (status != srtp_err_status_ok) return Result::Refused;
-        length = static_cast<size_t>(left);
-        return Result::Ok;
+    static Result ResultOf(srtp_err_status_t status) {
+        if (status == srtp_err_status_ok) return Result::Ok;
+        const bool replayed = status == srtp_err_status_replay_fail || status == srtp_err_status_replay_old;
+        return replayed ? Result::Replayed : Result::Refused;
     }
 
     const int tagLength;
