@@ -59,7 +59,7 @@ bool SrtpSession::ProtectRtp(std::span<UBYTE> packet) {
     rtp.Crypt(ssrc, *index, message.subspan(*header));
     rtp.Sign(message, RollOvers(*index), packet.data() + message.size());
     source.rtp.Add(*index);
-    Keep(source);
+    sources.Keep(source);
     return true;
 }
 
@@ -75,7 +75,7 @@ bool SrtpSession::ProtectRtcp(std::span<UBYTE> packet) {
     Put32(&message[end], EncryptedBit | *index);
     rtcp.Sign(message, {}, packet.data() + message.size());
     source.rtcp.Add(*index);
-    Keep(source);
+    sources.Keep(source);
     return true;
 }
 
@@ -97,7 +97,7 @@ SrtpSession::Result SrtpSession::UnprotectRtp(std::span<UBYTE> packet, size_t& l
     }
     rtp.Crypt(ssrc, *index, message.subspan(*header));
     source.rtp.Add(*index);
-    Keep(source);
+    if (sources.Keep(source)) recoveries = MaxRecoveries;
     length = message.size();
     return Result::Ok;
 }
@@ -117,7 +117,7 @@ SrtpSession::Result SrtpSession::UnprotectRtcp(std::span<UBYTE> packet, size_t& 
     if (!rtcp.IsAuthentic(message, {}, packet.data() + message.size())) return Result::Refused;
     rtcp.Crypt(ssrc, index, message.subspan(RtcpFixedSize, end - RtcpFixedSize));
     source.rtcp.Add(index);
-    Keep(source);
+    if (sources.Keep(source)) recoveries = MaxRecoveries;
     length = end;
     return Result::Ok;
 }
@@ -139,12 +139,6 @@ bool SrtpSession::IsWrapped(std::span<const UBYTE> packet, const Source& source)
     if (sequence >= JustWrapped || !source.rtp.IsEmpty() || recoveries == 0) return false;
     recoveries--;
     return IsAuthentic(packet, FirstRollOver | sequence);
-}
-
-void SrtpSession::Keep(const Source& source) {
-    if (sources.IsKnown(source)) return;
-    sources.Keep(source);
-    recoveries = MaxRecoveries;
 }
 
 }  // namespace media

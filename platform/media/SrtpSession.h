@@ -49,7 +49,6 @@ class SrtpSession {
     bool CanSendFrom(const srtp::Source& source) const;
     bool IsAuthentic(std::span<const UBYTE> packet, std::uint64_t index);
     bool IsWrapped(std::span<const UBYTE> packet, const srtp::Source& source);
-    void Keep(const srtp::Source& source);
 
     // What every packet needs comes first, and lies together.
     const Direction direction;

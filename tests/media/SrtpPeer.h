@@ -1,7 +1,6 @@
 // Another SRTP to talk with: a session of libsrtp2, used as SrtpSession is.
 #pragma once
 
-#include <arpa/inet.h>
 #include <srtp2/srtp.h>
 
 #include <algorithm>
@@ -41,6 +40,11 @@ class SrtpPeer {
     SrtpPeer& operator=(const SrtpPeer&) = delete;
 
     bool IsReady() const { return context != nullptr; }
+
+    // For the next packet of a source that it has protected or opened before.
+    bool SetRollOvers(ULONG ssrc, ULONG count) {
+        return srtp_set_stream_roc(context, ssrc, count) == srtp_err_status_ok;
+    }
 
     // `packet` ends with room for what protection adds.
     bool ProtectRtp(std::span<UBYTE> packet) {

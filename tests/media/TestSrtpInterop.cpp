@@ -154,6 +154,13 @@ TEST(TestSrtpInterop, HeadersThatDoNotFitAreRefused) {
         for (int i = 0; i < 10; i++) received.push_back(0);
         EXPECT_EQ(sessions.Open(Rtp, received), Result::Refused);
     }
+    // With a true tag, into which the header reaches.
+    srtp::Transform transform(srtp::SessionKeys::Derive(srtp::Protocol::Rtp, Key, Salt), 10, 0);
+    Bytes intoTag = MakeRtp(1, 4, 0);
+    intoTag[0] |= 2;
+    intoTag.resize(intoTag.size() + 10);
+    transform.Sign(std::span<const UBYTE>(intoTag).first(12), Bytes(4), &intoTag[12]);
+    EXPECT_EQ(sessions.Open(Rtp, intoTag), Result::Refused);
     EXPECT_EQ(sessions.Open(Rtp, sessions.Protect(Rtp, MakeRtp(1, 1, 160))), Result::Ok);
 }
 
@@ -235,6 +242,53 @@ TEST(TestSrtpInterop, SendersRefuseTheSameSequenceNumbers) {
         if (HasFailure()) FAIL() << "at " << i;
     }
     EXPECT_GT(refused, 1000);
+}
+
+TEST(TestSrtpInterop, AllOfTheIndexIsInKeystreamAndTag) {
+    SrtpPeer peer(SrtpSession::Outbound, 10, Key, Salt);
+    srtp::Transform transform(srtp::SessionKeys::Derive(srtp::Protocol::Rtp, Key, Salt), 10, 0);
+    constexpr ULONG Ssrc = 0xDEADBEEF;
+    constexpr UWORD Sequence = 0x1234;
+    for (const ULONG rollOvers : {0x00000000U, 0x00010203U, 0xFEDC9876U}) {
+        const Bytes plain = MakeRtp(Ssrc, Sequence, 50);
+        Bytes packet = plain;
+        packet.resize(plain.size() + 10);
+        if (rollOvers != 0) {
+            ASSERT_TRUE(peer.SetRollOvers(Ssrc, rollOvers));
+        }
+        ASSERT_TRUE(peer.ProtectRtp(packet));
+        const auto message = std::span<UBYTE>(packet).first(plain.size());
+        std::array<UBYTE, 4> unsent;
+        media::Put32(unsent.data(), rollOvers);
+        EXPECT_TRUE(transform.IsAuthentic(message, unsent, &packet[plain.size()]));
+        transform.Crypt(Ssrc, std::uint64_t{rollOvers} << 16 | Sequence, message.subspan(12));
+        EXPECT_TRUE(std::equal(plain.begin(), plain.end(), packet.begin())) << rollOvers;
+    }
+}
+
+TEST(TestSrtpInterop, ControlPacketsThatAreSignedButNotEncryptedAreRefused) {
+    Sessions sessions(10);
+    srtp::Transform transform(srtp::SessionKeys::Derive(srtp::Protocol::Rtcp, Key, Salt), 10, 0);
+    for (const ULONG encrypted : {0U, 0x80000000U}) {
+        Bytes packet = MakeRtcp(1, 20);
+        const size_t size = packet.size() + 4;
+        packet.resize(size + 10);
+        media::Put32(&packet[size - 4], encrypted | 1);
+        transform.Sign(std::span<const UBYTE>(packet).first(size), {}, &packet[size]);
+        EXPECT_EQ(sessions.Open(Rtcp, packet) == Result::Ok, encrypted != 0);
+    }
+}
+
+// What is lost before a stream is first heard may hold its first roll-over.
+TEST(TestSrtpInterop, OnlyWeFindAStreamThatWasFirstHeardBehindItsRollOver) {
+    Sessions sessions(10);
+    EXPECT_FALSE(sessions.Protect(Rtp, MakeRtp(1, 65535, 20)).empty());
+    const Bytes plain = MakeRtp(1, 2, 20);
+    Bytes ours = sessions.Protect(Rtp, plain);
+    Bytes theirs = ours;
+    EXPECT_TRUE(Sessions::Open(*sessions.in, Rtp, ours) == Result::Ok);
+    EXPECT_EQ(ours, plain);
+    EXPECT_TRUE(Sessions::Open(sessions.peerIn, Rtp, theirs) == Result::Refused);
 }
 
 // Takes packets of some sources through loss, reordering, replay and damage, and has both receivers judge.
@@ -329,9 +383,9 @@ TEST(TestSrtpInterop, RoughNetworkIsJudgedAlike) {
             network.Step();
             if (HasFailure()) FAIL() << "at " << i;
         }
-        EXPECT_GT(network.Count(Result::Ok), 40000);
-        EXPECT_GT(network.Count(Result::Replayed), 5000);
-        EXPECT_GT(network.Count(Result::Refused), 5000);
+        EXPECT_GT(network.Count(Result::Ok), 30000);
+        EXPECT_GT(network.Count(Result::Replayed), 3000);
+        EXPECT_GT(network.Count(Result::Refused), 3000);
     }
 }
 

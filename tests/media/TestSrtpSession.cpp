@@ -176,6 +176,23 @@ TEST(TestSrtpSession, RollOverOutlivesAnotherSourceAndForgeries) {
     EXPECT_EQ(Receive(*receiver, Protect(*sender, Plain(1, 2))), Ok) << "in roll-over 1";
 }
 
+TEST(TestSrtpSession, PacketsAreNoLongerThanUdpCarries) {
+    const auto sender = Make(SrtpSession::Outbound, 10);
+    const auto receiver = Make(SrtpSession::Inbound, 10);
+    Bytes packet = Plain(1, 1);
+    packet.resize(65536);
+    EXPECT_FALSE(sender->ProtectRtp(packet));
+    EXPECT_FALSE(sender->ProtectRtcp(packet));
+    packet.pop_back();
+    EXPECT_TRUE(sender->ProtectRtp(packet));
+    Bytes longer = packet;
+    longer.push_back(0);
+    size_t length = 0;
+    EXPECT_EQ(receiver->UnprotectRtp(longer, length), Refused);
+    EXPECT_EQ(receiver->UnprotectRtcp(longer, length), Refused);
+    EXPECT_EQ(receiver->UnprotectRtp(packet, length), Ok);
+}
+
 TEST(TestSrtpSession, NoKeystreamIsUsedTwice) {
     const auto sender = Make(SrtpSession::Outbound, 10);
     const auto protects = [&](ULONG ssrc, UWORD sequence) {
@@ -233,6 +250,19 @@ TEST(TestSrtpSession, WrappedFirstPacketIsFoundAfterControlPacketsAndForgeries) 
     EXPECT_EQ(Receive(*late, first), Refused);
     EXPECT_EQ(Receive(*late, Protect(*sender, Plain(2, 10))), Ok);
     EXPECT_EQ(Receive(*late, first), Ok);
+}
+
+TEST(TestSrtpSession, OnlyAFirstPacketNearTheWrapIsTakenForWrapped) {
+    const auto sender = Make(SrtpSession::Outbound, 10);
+    const Bytes before = Protect(*sender, Plain(1, 2100));
+    for (const UWORD sequence : {34000, 65535}) Protect(*sender, Plain(1, sequence));
+    const Bytes near = Protect(*sender, Plain(1, 2047));
+    const Bytes far = Protect(*sender, Plain(1, 2048));
+    EXPECT_EQ(Receive(*Make(SrtpSession::Inbound, 10), near), Ok);
+    EXPECT_EQ(Receive(*Make(SrtpSession::Inbound, 10), far), Refused);
+    const auto receiver = Make(SrtpSession::Inbound, 10);
+    EXPECT_EQ(Receive(*receiver, before), Ok);
+    EXPECT_EQ(Receive(*receiver, near), Refused);
 }
 
 TEST(TestSrtpSession, SourcesWithoutEndKeepABoundedNumberOfContexts) {

@@ -10,14 +10,15 @@ Source& SourceTable::Get(ULONG ssrc) {
     return candidate;
 }
 
-void SourceTable::Keep(const Source& source) {
-    if (IsKnown(source)) return;
+bool SourceTable::Keep(const Source& source) {
+    if (IsKnown(source)) return false;
     if (!IsFull()) {
         sources[count++] = source;
-        return;
+    } else {
+        sources[oldest] = source;
+        oldest = (oldest + 1) % MaxSources;
     }
-    sources[oldest] = source;
-    oldest = (oldest + 1) % MaxSources;
+    return true;
 }
 
 }  // namespace srtp

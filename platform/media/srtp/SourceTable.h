@@ -17,7 +17,8 @@ class SourceTable {
     bool IsKnown(const Source& source) const { return &source != &candidate; }
     bool IsFull() const { return count == MaxSources; }
     // `source` is what Get() returned. In a full table it takes the place of the one that was kept first.
-    void Keep(const Source& source);
+    // False: it was known already.
+    bool Keep(const Source& source);
 
  private:
     std::array<Source, MaxSources> sources;

@@ -1,5 +1,5 @@
 // Encryption and authentication of one direction and one protocol: AES_CM and HMAC_SHA1 (RFC 3711, 4.1.1 and
-// 4.2.1). It knows keys, not packets; neither allocates nor fails. One thread at a time. Keys are wiped when
+// 4.2.1). It knows keys, not packets. One thread at a time; nothing is allocated, and the keys are wiped when
 // it goes.
 #pragma once
 
