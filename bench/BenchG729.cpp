@@ -1,6 +1,5 @@
 // What a 10 ms frame of speech costs in G.729, coder and decoder: every level of this machine, and beside
-// them libbcg729 and, where it was found, the decoder of libavcodec. Ends with how many times faster each
-// level is, by processor time, which a busy machine stretches less than the clock's.
+// them libbcg729 and, where it was found, the decoder of libavcodec.
 //   KESTREL_BENCH_FRAMES=N   run exactly N frames of each, as bench/g729-instructions does
 #include <benchmark/benchmark.h>
 
@@ -9,7 +8,6 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,6 +20,7 @@ extern "C" {
 #endif
 }
 
+#include "bench/RatioReporter.h"
 #include "platform/media/g729/Decoder.h"
 #include "platform/media/g729/Encoder.h"
 
@@ -123,38 +122,6 @@ void DecodeAvcodec(benchmark::State& state) {
 }
 #endif
 
-// Shows what the others do, and at the end the ratios.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const bool isMedian = run.aggregate_name == "median" || run.repetitions <= 1;
-            if (isMedian && !run.error_occurred) times[run.run_name.function_name] = run.GetAdjustedCPUTime();
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    void Finalize() override {
-        for (const std::string work : {"Encode", "Decode"}) {
-            for (const auto& [name, time] : times) {
-                for (const char* peer : {"/libbcg729", "/libavcodec"})
-                    ShowRatio(work, name, time, work + peer);
-            }
-        }
-    }
-
- private:
-    void ShowRatio(const std::string& work, const std::string& name, double time, const std::string& peer) {
-        const auto other = times.find(peer);
-        if (other == times.end() || name == peer || !name.starts_with(work) || name.find("lib") != name.npos)
-            return;
-        std::fprintf(stdout, "%-18s %5.2f times as fast as %s\n", name.c_str(), other->second / time,
-                     peer.c_str());
-    }
-
-    std::map<std::string, double> times;
-};
-
 void Register(const std::string& name, const std::function<void(benchmark::State&)>& run) {
     auto* bench = benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMicrosecond);
     if (const char* frames = std::getenv("KESTREL_BENCH_FRAMES")) bench->Iterations(std::atol(frames));
@@ -180,7 +147,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     RegisterAll();
-    RatioReporter reporter;
+    RatioReporter reporter({"libbcg729", "libavcodec"});
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
 }

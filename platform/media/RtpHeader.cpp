@@ -7,27 +7,20 @@ namespace media {
 namespace {
 
 constexpr UBYTE Version = 2;
+constexpr UBYTE ExtensionBit = 0x10;
+constexpr UBYTE CsrcMask = 0x0F;
 
 RtpHeader ReadFixed(std::span<const UBYTE> datagram) {
     RtpHeader header;
     header.padding = (datagram[0] & 0x20) != 0;
-    header.extension = (datagram[0] & 0x10) != 0;
-    header.csrcCount = datagram[0] & 0x0F;
+    header.extension = (datagram[0] & ExtensionBit) != 0;
+    header.csrcCount = datagram[0] & CsrcMask;
     header.marker = (datagram[1] & 0x80) != 0;
     header.payloadType = datagram[1] & 0x7F;
     header.sequence = Get16(&datagram[2]);
     header.timestamp = Get32(&datagram[4]);
     header.ssrc = Get32(&datagram[8]);
     return header;
-}
-
-// Drops the header extension (RFC 3550, 5.3.1) from the front of `rest`.
-bool SkipExtension(std::span<const UBYTE>& rest) {
-    if (rest.size() < 4) return false;
-    const size_t size = 4 + size_t{4} * Get16(&rest[2]);
-    if (size > rest.size()) return false;
-    rest = rest.subspan(size);
-    return true;
 }
 
 // Drops the padding from the end of `rest`: its last byte counts it, itself included.
@@ -41,21 +34,31 @@ bool DropPadding(std::span<const UBYTE>& rest) {
 
 }  // namespace
 
+std::optional<size_t> RtpHeader::SizeIn(std::span<const UBYTE> datagram) {
+    if (datagram.size() < FixedSize) return {};
+    size_t size = FixedSize + size_t{4} * (datagram[0] & CsrcMask);
+    if ((datagram[0] & ExtensionBit) != 0) {
+        // RFC 3550, 5.3.1: four bytes, the last two of which count the words behind them.
+        size += 4;
+        if (size > datagram.size()) return {};
+        size += size_t{4} * Get16(&datagram[size - 2]);
+    }
+    if (size > datagram.size()) return {};
+    return size;
+}
+
 std::optional<RtpPacketView> RtpHeader::Parse(std::span<const UBYTE> datagram) {
-    if (datagram.size() < FixedSize || datagram[0] >> 6 != Version) return {};
+    const auto size = SizeIn(datagram);
+    if (!size || datagram[0] >> 6 != Version) return {};
     const RtpHeader header = ReadFixed(datagram);
-    auto rest = datagram.subspan(FixedSize);
-    const size_t csrcs = size_t{4} * header.csrcCount;
-    if (csrcs > rest.size()) return {};
-    rest = rest.subspan(csrcs);
-    if (header.extension && !SkipExtension(rest)) return {};
+    auto rest = datagram.subspan(*size);
     if (header.padding && !DropPadding(rest)) return {};
     return RtpPacketView{header, rest};
 }
 
 void RtpHeader::Write(std::span<UBYTE, FixedSize> out) const {
-    out[0] =
-        static_cast<UBYTE>(Version << 6 | (padding ? 0x20 : 0) | (extension ? 0x10 : 0) | (csrcCount & 0x0F));
+    out[0] = static_cast<UBYTE>(Version << 6 | (padding ? 0x20 : 0) | (extension ? ExtensionBit : 0) |
+                                (csrcCount & CsrcMask));
     out[1] = static_cast<UBYTE>((marker ? 0x80 : 0) | (payloadType & 0x7F));
     Put16(&out[2], sequence);
     Put32(&out[4], timestamp);

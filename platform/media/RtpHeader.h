@@ -26,6 +26,10 @@ struct RtpHeader {
     // or padding do not fit into it.
     static std::optional<RtpPacketView> Parse(std::span<const UBYTE> datagram);
 
+    // How many bytes of `datagram` are header: the fixed part, CSRCs and header extension. Nothing when they
+    // do not fit into it.
+    static std::optional<size_t> SizeIn(std::span<const UBYTE> datagram);
+
     // The fixed part. What `padding`, `extension` and `csrcCount` announce is the caller's to add.
     void Write(std::span<UBYTE, FixedSize> out) const;
 };

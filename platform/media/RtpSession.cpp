@@ -12,7 +12,6 @@ RtpSession::RtpSession(OSIO& owner, ULONG& discardCount, int syscomptype)
       rtcp(owner, input, output, inboundGate, discards),
       eventTimer(0, 0) {
     eventTimer.SetCallback(EventTimer, this, nullptr, 0);
-    SrtpSession::Prepare();
 }
 
 // The media source and sink may be gone by now, so they are left alone; a socket that is gone has said so.

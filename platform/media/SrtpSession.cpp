@@ -1,11 +1,5 @@
 #include "platform/media/SrtpSession.h"
 
-#include <arpa/inet.h>
-#include <srtp2/srtp.h>
-
-#include <algorithm>
-#include <cstring>
-
 #include "platform/media/ByteOrder.h"
 #include "platform/media/RtpHeader.h"
 
@@ -13,142 +7,138 @@ namespace media {
 
 namespace {
 
-constexpr int ReplayWindow = 128;
+using srtp::Protocol;
+using srtp::SessionKeys;
+using srtp::Source;
+
+// RFC 3711, 9.2: packets that one master key may protect.
+constexpr std::uint64_t RtpLifetime = std::uint64_t{1} << 48;
+constexpr std::uint64_t RtcpLifetime = std::uint64_t{1} << 31;
+
+// What UDP can carry, and far below what a packet's keystream is long (2^16 blocks).
+constexpr size_t MaxPacket = 65535;
+
+constexpr size_t RtcpTag = 10;
 constexpr size_t RtcpFixedSize = 8;
+constexpr size_t RtcpIndexSize = 4;
+constexpr ULONG EncryptedBit = ULONG{1} << 31;  // beside the index of an SRTCP packet (RFC 3711, 3.4)
+
 // Sequence numbers so far behind a wrap that the wrap may have been in packets that were lost before the
 // first.
 constexpr UWORD JustWrapped = 2048;
+constexpr std::uint64_t FirstRollOver = 1 << 16;
 
-// The library takes the SSRC in network byte order here, and only here.
-void CloseContext(srtp_t context, ULONG ssrc) {
-    srtp_remove_stream(context, htonl(ssrc));
-}
-
-srtp_policy_t MakePolicy(srtp_ssrc_t ssrc, int tagLength, UBYTE* master) {
-    srtp_policy_t policy{};
-    if (tagLength == 4) {
-        srtp_crypto_policy_set_aes_cm_128_hmac_sha1_32(&policy.rtp);
-    } else {
-        srtp_crypto_policy_set_rtp_default(&policy.rtp);
-    }
-    srtp_crypto_policy_set_rtcp_default(&policy.rtcp);
-    policy.ssrc = ssrc;
-    policy.key = master;
-    policy.window_size = ReplayWindow;
-    return policy;
-}
-
-SrtpSession::Result ResultOf(srtp_err_status_t status) {
-    if (status == srtp_err_status_ok) return SrtpSession::Result::Ok;
-    const bool replayed = status == srtp_err_status_replay_fail || status == srtp_err_status_replay_old;
-    return replayed ? SrtpSession::Result::Replayed : SrtpSession::Result::Refused;
+// What the tag of an RTP packet covers besides it (RFC 3711, 4.2).
+std::array<UBYTE, 4> RollOvers(std::uint64_t index) {
+    std::array<UBYTE, 4> bytes;
+    Put32(bytes.data(), static_cast<ULONG>(index >> 16));
+    return bytes;
 }
 
 }  // namespace
 
-bool SrtpSession::Prepare() {
-    static const bool ready = srtp_init() == srtp_err_status_ok;
-    return ready;
-}
-
 std::unique_ptr<SrtpSession> SrtpSession::Create(Direction direction, int tagLength, Key key, Salt salt) {
-    if ((tagLength != 4 && tagLength != 10) || !Prepare()) return {};
-    std::unique_ptr<SrtpSession> session(new SrtpSession(tagLength, key, salt));
-    if (!session->Open(direction)) return {};
-    return session;
+    if (tagLength != 4 && tagLength != 10) return {};
+    return std::unique_ptr<SrtpSession>(new SrtpSession(direction, tagLength, key, salt));
 }
 
-SrtpSession::SrtpSession(int tagLength, Key key, Salt salt) : tagLength(tagLength) {
-    std::copy(salt.begin(), salt.end(), std::copy(key.begin(), key.end(), master.begin()));
-}
-
-SrtpSession::~SrtpSession() {
-    if (context != nullptr) srtp_dealloc(context);
-    explicit_bzero(master.data(), master.size());
-}
-
-bool SrtpSession::Open(Direction direction) {
-    const srtp_ssrc_t any{direction == Outbound ? ssrc_any_outbound : ssrc_any_inbound, 0};
-    const srtp_policy_t policy = MakePolicy(any, tagLength, master.data());
-    const bool opened = srtp_create(&context, &policy) == srtp_err_status_ok;
-    // Only the receiving side opens contexts later.
-    if (direction == Outbound) explicit_bzero(master.data(), master.size());
-    return opened;
-}
+SrtpSession::SrtpSession(Direction direction, int tagLength, Key key, Salt salt)
+    : direction(direction),
+      rtp(SessionKeys::Derive(Protocol::Rtp, key, salt), static_cast<size_t>(tagLength), RtpLifetime),
+      rtcp(SessionKeys::Derive(Protocol::Rtcp, key, salt), RtcpTag, RtcpLifetime) {}
 
 bool SrtpSession::ProtectRtp(std::span<UBYTE> packet) {
-    int length = static_cast<int>(packet.size()) - tagLength;
-    if (length < RtpHeader::FixedSize) return false;
-    return srtp_protect(context, packet.data(), &length) == srtp_err_status_ok;
+    if (packet.size() < rtp.TagLength() || packet.size() > MaxPacket) return false;
+    const auto message = packet.first(packet.size() - rtp.TagLength());
+    const auto header = RtpHeader::SizeIn(message);
+    if (!header) return false;
+    const ULONG ssrc = Get32(&message[8]);
+    Source& source = sources.Get(ssrc);
+    const auto index = source.IndexOf(Get16(&message[2]));
+    if (!index || !source.rtp.IsNew(*index) || !CanSendFrom(source) || !rtp.Spend()) return false;
+    rtp.Crypt(ssrc, *index, message.subspan(*header));
+    rtp.Sign(message, RollOvers(*index), packet.data() + message.size());
+    source.rtp.Add(*index);
+    sources.Keep(source);
+    return true;
 }
 
 bool SrtpSession::ProtectRtcp(std::span<UBYTE> packet) {
-    int length = static_cast<int>(packet.size()) - RtcpOverhead;
-    if (length < static_cast<int>(RtcpFixedSize)) return false;
-    return srtp_protect_rtcp(context, packet.data(), &length) == srtp_err_status_ok;
+    if (packet.size() < RtcpFixedSize + RtcpOverhead || packet.size() > MaxPacket) return false;
+    const ULONG ssrc = Get32(&packet[4]);
+    Source& source = sources.Get(ssrc);
+    const auto index = source.NextControlIndex();
+    if (!index || !CanSendFrom(source) || !rtcp.Spend()) return false;
+    const auto message = packet.first(packet.size() - RtcpTag);
+    const size_t end = message.size() - RtcpIndexSize;
+    rtcp.Crypt(ssrc, *index, message.subspan(RtcpFixedSize, end - RtcpFixedSize));
+    Put32(&message[end], EncryptedBit | *index);
+    rtcp.Sign(message, {}, packet.data() + message.size());
+    source.rtcp.Add(*index);
+    sources.Keep(source);
+    return true;
 }
 
 SrtpSession::Result SrtpSession::UnprotectRtp(std::span<UBYTE> packet, size_t& length) {
-    if (packet.size() < size_t{RtpHeader::FixedSize} + static_cast<size_t>(tagLength)) return Result::Refused;
-    const ULONG ssrc = Get32(&packet[8]);
-    int left = static_cast<int>(packet.size());
-    const srtp_err_status_t status = srtp_unprotect(context, packet.data(), &left);
-    if (status == srtp_err_status_auth_fail && RecoverWrapped(packet, length)) return Result::Ok;
-    if (status == srtp_err_status_ok) {
-        Remember(ssrc);
-        length = static_cast<size_t>(left);
+    if (direction != Inbound || packet.size() < rtp.TagLength() || packet.size() > MaxPacket) {
+        return Result::Refused;
     }
-    return ResultOf(status);
+    const auto message = packet.first(packet.size() - rtp.TagLength());
+    const auto header = RtpHeader::SizeIn(message);
+    if (!header) return Result::Refused;
+    const ULONG ssrc = Get32(&message[8]);
+    Source& source = sources.Get(ssrc);
+    auto index = source.IndexOf(Get16(&message[2]));
+    if (!index) return Result::Refused;
+    if (!source.rtp.IsNew(*index)) return Result::Replayed;
+    if (!IsAuthentic(packet, *index)) {
+        if (!IsWrapped(packet, source)) return Result::Refused;
+        *index += FirstRollOver;
+    }
+    rtp.Crypt(ssrc, *index, message.subspan(*header));
+    source.rtp.Add(*index);
+    if (sources.Keep(source)) recoveries = MaxRecoveries;
+    length = message.size();
+    return Result::Ok;
 }
 
 SrtpSession::Result SrtpSession::UnprotectRtcp(std::span<UBYTE> packet, size_t& length) {
-    if (packet.size() < RtcpFixedSize + RtcpOverhead) return Result::Refused;
-    const ULONG ssrc = Get32(&packet[4]);
-    int left = static_cast<int>(packet.size());
-    const srtp_err_status_t status = srtp_unprotect_rtcp(context, packet.data(), &left);
-    if (status == srtp_err_status_ok) {
-        Remember(ssrc);
-        length = static_cast<size_t>(left);
+    if (direction != Inbound || packet.size() < RtcpFixedSize + RtcpOverhead || packet.size() > MaxPacket) {
+        return Result::Refused;
     }
-    return ResultOf(status);
+    const auto message = packet.first(packet.size() - RtcpTag);
+    const size_t end = message.size() - RtcpIndexSize;
+    const ULONG index = Get32(&message[end]) & ~EncryptedBit;
+    // Who has keys for encryption encrypts.
+    if ((Get32(&message[end]) & EncryptedBit) == 0) return Result::Refused;
+    const ULONG ssrc = Get32(&message[4]);
+    Source& source = sources.Get(ssrc);
+    if (!source.rtcp.IsNew(index)) return Result::Replayed;
+    if (!rtcp.IsAuthentic(message, {}, packet.data() + message.size())) return Result::Refused;
+    rtcp.Crypt(ssrc, index, message.subspan(RtcpFixedSize, end - RtcpFixedSize));
+    source.rtcp.Add(index);
+    if (sources.Keep(source)) recoveries = MaxRecoveries;
+    length = end;
+    return Result::Ok;
+}
+
+bool SrtpSession::CanSendFrom(const Source& source) const {
+    return direction == Outbound && (sources.IsKnown(source) || !sources.IsFull());
+}
+
+bool SrtpSession::IsAuthentic(std::span<const UBYTE> packet, std::uint64_t index) {
+    const auto message = packet.first(packet.size() - rtp.TagLength());
+    return rtp.IsAuthentic(message, RollOvers(index), packet.data() + message.size());
 }
 
 // A sender whose first sequence numbers lie just below the wrap, and whose packets up to the wrap are lost,
 // is already in roll-over 1 when it is first heard (RFC 3711, 3.3.1, has a receiver begin with 0). So the
 // first packet of a source is tried there as well.
-bool SrtpSession::RecoverWrapped(std::span<UBYTE> packet, size_t& length) {
-    const ULONG ssrc = Get32(&packet[8]);
-    if (Get16(&packet[2]) >= JustWrapped || IsKnown(ssrc) || recoveries == 0) return false;
+bool SrtpSession::IsWrapped(std::span<const UBYTE> packet, const Source& source) {
+    const UWORD sequence = Get16(&packet[2]);
+    if (sequence >= JustWrapped || !source.rtp.IsEmpty() || recoveries == 0) return false;
     recoveries--;
-    const srtp_policy_t policy = MakePolicy({ssrc_specific, ssrc}, tagLength, master.data());
-    if (srtp_add_stream(context, &policy) != srtp_err_status_ok) return false;
-    int left = static_cast<int>(packet.size());
-    if (srtp_set_stream_roc(context, ssrc, 1) != srtp_err_status_ok ||
-        srtp_unprotect(context, packet.data(), &left) != srtp_err_status_ok) {
-        CloseContext(context, ssrc);
-        return false;
-    }
-    Remember(ssrc);
-    length = static_cast<size_t>(left);
-    return true;
-}
-
-bool SrtpSession::IsKnown(ULONG ssrc) const {
-    const auto end = sources.begin() + sourceCount;
-    return std::find(sources.begin(), end, ssrc) != end;
-}
-
-// A peer that changes its SSRC without end must not make contexts without end.
-void SrtpSession::Remember(ULONG ssrc) {
-    if (IsKnown(ssrc)) return;
-    recoveries = MaxRecoveries;
-    if (sourceCount < MaxSources) {
-        sources[static_cast<size_t>(sourceCount++)] = ssrc;
-        return;
-    }
-    CloseContext(context, sources[static_cast<size_t>(oldest)]);
-    sources[static_cast<size_t>(oldest)] = ssrc;
-    oldest = (oldest + 1) % MaxSources;
+    return IsAuthentic(packet, FirstRollOver | sequence);
 }
 
 }  // namespace media

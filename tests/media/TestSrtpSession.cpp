@@ -176,24 +176,115 @@ TEST(TestSrtpSession, RollOverOutlivesAnotherSourceAndForgeries) {
     EXPECT_EQ(Receive(*receiver, Protect(*sender, Plain(1, 2))), Ok) << "in roll-over 1";
 }
 
-TEST(TestSrtpSession, SourcesWithoutEndKeepABoundedNumberOfContexts) {
+TEST(TestSrtpSession, PacketsAreNoLongerThanUdpCarries) {
     const auto sender = Make(SrtpSession::Outbound, 10);
     const auto receiver = Make(SrtpSession::Inbound, 10);
-    Bytes first;
-    for (ULONG ssrc = 1; ssrc <= 3 * SrtpSession::MaxSources; ssrc++) {
-        const Bytes packet = Protect(*sender, Plain(ssrc, 10));
-        if (ssrc == 1) first = packet;
-        EXPECT_EQ(Receive(*receiver, packet), Ok);
-        EXPECT_EQ(Receive(*receiver, packet), Replayed);
-    }
-    // The first context is gone, and with it the memory of what it received.
+    Bytes packet = Plain(1, 1);
+    packet.resize(65536);
+    EXPECT_FALSE(sender->ProtectRtp(packet));
+    EXPECT_FALSE(sender->ProtectRtcp(packet));
+    packet.pop_back();
+    EXPECT_TRUE(sender->ProtectRtp(packet));
+    Bytes longer = packet;
+    longer.push_back(0);
+    size_t length = 0;
+    EXPECT_EQ(receiver->UnprotectRtp(longer, length), Refused);
+    EXPECT_EQ(receiver->UnprotectRtcp(longer, length), Refused);
+    EXPECT_EQ(receiver->UnprotectRtp(packet, length), Ok);
+}
+
+TEST(TestSrtpSession, NoKeystreamIsUsedTwice) {
+    const auto sender = Make(SrtpSession::Outbound, 10);
+    const auto protects = [&](ULONG ssrc, UWORD sequence) {
+        Bytes packet = Plain(ssrc, sequence);
+        packet.resize(packet.size() + 10);
+        return sender->ProtectRtp(packet);
+    };
+    EXPECT_TRUE(protects(1, 1000));
+    EXPECT_FALSE(protects(1, 1000)) << "repeated";
+    EXPECT_TRUE(protects(1, 900)) << "earlier, but not used yet";
+    EXPECT_FALSE(protects(1, 900));
+    EXPECT_FALSE(protects(1, 1000 - 128)) << "who knows whether it was used";
+    EXPECT_TRUE(protects(1, 1001));
+    // A source is not forgotten for another, and what was refused above took no place.
+    for (ULONG ssrc = 2; ssrc <= SrtpSession::MaxSources; ssrc++) EXPECT_TRUE(protects(ssrc, 1000));
+    EXPECT_FALSE(protects(99, 1000));
+    for (ULONG ssrc = 1; ssrc <= SrtpSession::MaxSources; ssrc++) EXPECT_FALSE(protects(ssrc, 1000));
+    Bytes control = Hex("80c9000100000063");
+    control.resize(control.size() + SrtpSession::RtcpOverhead);
+    EXPECT_FALSE(sender->ProtectRtcp(control));
+    control[7] = 1;
+    EXPECT_TRUE(sender->ProtectRtcp(control));
+}
+
+TEST(TestSrtpSession, EachDirectionRefusesTheOther) {
+    const auto sender = Make(SrtpSession::Outbound, 10);
+    const auto receiver = Make(SrtpSession::Inbound, 10);
+    Bytes packet = Plain(1, 1);
+    packet.resize(packet.size() + 10);
+    EXPECT_FALSE(receiver->ProtectRtp(packet));
+    EXPECT_EQ(Receive(*sender, Protect(*sender, Plain(1, 2))), Refused);
+    Bytes control = Hex("80c9000100000001");
+    control.resize(control.size() + SrtpSession::RtcpOverhead);
+    EXPECT_FALSE(receiver->ProtectRtcp(control));
+    ASSERT_TRUE(sender->ProtectRtcp(control));
+    size_t length = 0;
+    EXPECT_EQ(sender->UnprotectRtcp(control, length), Refused);
+}
+
+TEST(TestSrtpSession, WrappedFirstPacketIsFoundAfterControlPacketsAndForgeries) {
+    const auto sender = Make(SrtpSession::Outbound, 10);
+    const auto receiver = Make(SrtpSession::Inbound, 10);
+    Bytes control = Hex("80c9000100000001");
+    control.resize(control.size() + SrtpSession::RtcpOverhead);
+    ASSERT_TRUE(sender->ProtectRtcp(control));
+    size_t length = 0;
+    EXPECT_EQ(receiver->UnprotectRtcp(control, length), Ok);
+    Protect(*sender, Plain(1, 65535));
+    const Bytes first = Protect(*sender, Plain(1, 3));
+    for (int i = 0; i < 63; i++) EXPECT_EQ(Receive(*receiver, Bytes(Plain(1, 3))), Refused);
     EXPECT_EQ(Receive(*receiver, first), Ok);
+    // No more attempts than that, until somebody is heard.
+    const auto late = Make(SrtpSession::Inbound, 10);
+    for (int i = 0; i < 64; i++) EXPECT_EQ(Receive(*late, Bytes(Plain(1, 3))), Refused);
+    EXPECT_EQ(Receive(*late, first), Refused);
+    EXPECT_EQ(Receive(*late, Protect(*sender, Plain(2, 10))), Ok);
+    EXPECT_EQ(Receive(*late, first), Ok);
+}
+
+TEST(TestSrtpSession, OnlyAFirstPacketNearTheWrapIsTakenForWrapped) {
+    const auto sender = Make(SrtpSession::Outbound, 10);
+    const Bytes before = Protect(*sender, Plain(1, 2100));
+    for (const UWORD sequence : {34000, 65535}) Protect(*sender, Plain(1, sequence));
+    const Bytes near = Protect(*sender, Plain(1, 2047));
+    const Bytes far = Protect(*sender, Plain(1, 2048));
+    EXPECT_EQ(Receive(*Make(SrtpSession::Inbound, 10), near), Ok);
+    EXPECT_EQ(Receive(*Make(SrtpSession::Inbound, 10), far), Refused);
+    const auto receiver = Make(SrtpSession::Inbound, 10);
+    EXPECT_EQ(Receive(*receiver, before), Ok);
+    EXPECT_EQ(Receive(*receiver, near), Refused);
+}
+
+TEST(TestSrtpSession, SourcesWithoutEndKeepABoundedNumberOfContexts) {
+    const auto protect = [](ULONG ssrc, UWORD sequence) {
+        return Protect(*Make(SrtpSession::Outbound, 10), Plain(ssrc, sequence));
+    };
+    const auto receiver = Make(SrtpSession::Inbound, 10);
+    constexpr ULONG Newest = 3 * SrtpSession::MaxSources;
+    for (ULONG ssrc = 1; ssrc <= Newest; ssrc++) {
+        EXPECT_EQ(Receive(*receiver, protect(ssrc, 10)), Ok);
+        EXPECT_EQ(Receive(*receiver, protect(ssrc, 10)), Replayed);
+    }
+    // The first context is gone, and with it the memory of what it received; it has now taken the place of
+    // the oldest.
+    EXPECT_EQ(Receive(*receiver, protect(1, 10)), Ok);
+    EXPECT_EQ(Receive(*receiver, protect(Newest - SrtpSession::MaxSources + 1, 10)), Ok);
     // Made-up sources leave no context.
     for (ULONG ssrc = 1000; ssrc < 2000; ssrc++) {
         EXPECT_EQ(Receive(*receiver, Bytes(Plain(ssrc, 5))), Refused);
     }
-    const ULONG newest = 3 * SrtpSession::MaxSources;
-    EXPECT_EQ(Receive(*receiver, Protect(*sender, Plain(newest, 11))), Ok);
+    EXPECT_EQ(Receive(*receiver, protect(Newest, 10)), Replayed);
+    EXPECT_EQ(Receive(*receiver, protect(Newest, 11)), Ok);
 }
 
 }  // namespace

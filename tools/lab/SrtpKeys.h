@@ -31,7 +31,7 @@ struct SrtpKeys {
     // its own.
     std::vector<UBYTE> KeyBlock() const;
 
-    // The lab's end: what it sends, and what it receives. Null when the library fails.
+    // The lab's end: what it sends, and what it receives.
     std::unique_ptr<media::SrtpSession> Outbound() const;
     std::unique_ptr<media::SrtpSession> Inbound() const;
 };
