@@ -57,7 +57,7 @@ void Compressor::Startup() {
     OSTrigger::TLSInitialise();
     kernel::NameThread("module");
     // Ordinary threads, the call server's among them, must not keep audio from the relay threads.
-    kernel::RunBeforeOrdinaryThreads();
+    kernel::TakeTurnsWithRealTimeThreads();
     auto trigger = std::make_unique<OSTimerTrigger>(0, 0);
     trigger->SetCallback(_UpdateTrigger, this, nullptr, 0);
     updateTrigger = trigger.release();

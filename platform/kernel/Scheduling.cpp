@@ -11,14 +11,23 @@
 
 namespace kernel {
 
+namespace {
+thread_local bool takesTurns = false;
+}
+
 void NameThread(const char* name) {
     pthread_setname_np(pthread_self(), name);
 }
 
-bool RunBeforeOrdinaryThreads() {
+bool TakeTurnsWithRealTimeThreads() {
     sched_param param{};
-    param.sched_priority = sched_get_priority_min(SCHED_RR);
-    return pthread_setschedparam(pthread_self(), SCHED_RR, &param) == 0;
+    param.sched_priority = sched_get_priority_max(SCHED_RR);
+    takesTurns = pthread_setschedparam(pthread_self(), SCHED_RR, &param) == 0;
+    return takesTurns;
+}
+
+void EndTurn() {
+    if (takesTurns) sched_yield();
 }
 
 void KeepOnProcessor(unsigned index) {

@@ -6,9 +6,12 @@ namespace kernel {
 // The thread's name in the lists of the system's tools, up to 15 characters.
 void NameThread(const char* name);
 
-// From now on the thread runs before every ordinary thread, and behind those of higher real-time priority:
-// for a thread that feeds real-time threads. False, and nothing changed, without the privilege.
-bool RunBeforeOrdinaryThreads();
+// From now on the thread runs before every ordinary thread, and takes turns with the real-time threads of the
+// highest priority: for one that feeds them. False, and nothing changed, without the privilege.
+bool TakeTurnsWithRealTimeThreads();
+// Lets those run that wait for their turn; nothing where the thread takes none. A busy thread calls it every
+// few milliseconds.
+void EndTurn();
 
 // Keeps the thread on one of the processors that it may use, `index` modulo their number: real-time threads
 // that share a deadline are otherwise moved about at each wake-up, which costs more than many cycles do.

@@ -12,6 +12,7 @@
 #include "platform/kernel/Clock.h"
 #include "platform/kernel/OSTimerTrigger.h"
 #include "platform/kernel/OperatingSystem.h"
+#include "platform/kernel/Scheduling.h"
 
 namespace kernel {
 
@@ -180,6 +181,7 @@ void TriggerLoop::PollSockets() {
         media = media || pending[i]->IsMedia();
         pending[i]->OnReadable();
     }
+    if (!pending.empty()) EndTurn();
     // Those that had so many to read have no time to rest.
     mediaServed = media && pending.size() < EventsPerWait / 2 ? os_clock_us() / MicrosecondsPerMs : 0;
     pending.clear();

@@ -10,14 +10,14 @@
 
 namespace {
 
-TEST(TestScheduling, AThreadRunsBeforeOrdinaryOnesOrStaysWhatItWas) {
+TEST(TestScheduling, AThreadTakesTurnsWithRealTimeOnesOrStaysWhatItWas) {
     std::thread([] {
-        const bool raised = kernel::RunBeforeOrdinaryThreads();
+        const bool raised = kernel::TakeTurnsWithRealTimeThreads();
         int policy = -1;
         sched_param param{};
         pthread_getschedparam(pthread_self(), &policy, &param);
         EXPECT_EQ(policy, raised ? SCHED_RR : SCHED_OTHER);
-        EXPECT_EQ(param.sched_priority, raised ? sched_get_priority_min(SCHED_RR) : 0);
+        EXPECT_EQ(param.sched_priority, raised ? sched_get_priority_max(SCHED_RR) : 0);
     }).join();
 }
 
