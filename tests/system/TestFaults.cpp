@@ -95,7 +95,8 @@ TEST_F(TestFaults, AModuleThreadThatEndsBeforeItsTimeClosesTheModule) {
         StartModule();
     }
     const std::string signal = "/tmp/kestrel-end-" + std::to_string(module.Daemon().Pid());
-    std::ofstream(signal).flush();  // and with its next wait, a second away at most, it ends
+    std::ofstream(signal).flush();
+    module.Control().SendRaw({0});  // wakes it, and with its next wait it ends
     EXPECT_TRUE(WaitLine("Shutdown2"));
     EXPECT_TRUE(WaitLine("Compressor::Shutdown - complete."));
     unlink(signal.c_str());

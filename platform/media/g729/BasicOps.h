@@ -67,7 +67,7 @@ G729_OPERATION std::int16_t Shr(std::int16_t a, int count) {
 
 // Left shifts until the bit below the sign differs from it; 0 for 0.
 G729_OPERATION int NormL(std::int32_t x) {
-    const std::uint32_t magnitude = static_cast<std::uint32_t>(x < 0 ? ~x : x);
+    const auto magnitude = static_cast<std::uint32_t>(x < 0 ? ~x : x);
     return x == 0 ? 0 : __builtin_clz(magnitude << 1 | 1);
 }
 G729_OPERATION int NormS(std::int16_t a) {

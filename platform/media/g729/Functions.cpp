@@ -27,7 +27,7 @@ Log2Result Log2(std::int32_t x) {
 }
 
 std::int32_t Pow2(int whole, std::int16_t fraction) {
-    const std::int16_t part = static_cast<std::int16_t>((fraction * 32) & 0x7FFF);
+    const auto part = static_cast<std::int16_t>((fraction * 32) & 0x7FFF);
     return LShrR(Interpolated(PowerOfTwo, (fraction >> 10) & 31, part), 30 - whole);
 }
 

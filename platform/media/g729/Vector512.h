@@ -47,8 +47,8 @@ struct Vector512 {
     G729_INLINE static Words Min(Words x, Words y) { return x < y ? x : y; }
     G729_INLINE static Words MinUnsigned(Words x, Words y) {
         using Unsigned [[gnu::vector_size(Bytes)]] = std::uint32_t;
-        const Unsigned a = reinterpret_cast<Unsigned>(x);
-        const Unsigned b = reinterpret_cast<Unsigned>(y);
+        const auto a = reinterpret_cast<Unsigned>(x);
+        const auto b = reinterpret_cast<Unsigned>(y);
         return reinterpret_cast<Words>(a < b ? a : b);
     }
     G729_INLINE static Words Abs(Words x) { return Max(x, -x); }

@@ -15,10 +15,10 @@ constexpr int LagPairs = LagTaps;
 
 // The interpolation filters of the three phases, in the order of the samples that they meet, two to an entry.
 struct LagFilters {
-    std::int32_t pairs[Thirds][LagPairs];
-    int reach;  // the largest sum of magnitudes
+    std::int32_t pairs[Thirds][LagPairs]{};
+    int reach = 0;  // the largest sum of magnitudes
 
-    constexpr LagFilters() : pairs(), reach(0) {
+    constexpr LagFilters() {
         for (int phase = 0; phase < Thirds; phase++) {
             std::int16_t taps[2 * LagTaps] = {};
             int magnitudes = 0;

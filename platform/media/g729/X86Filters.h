@@ -50,7 +50,7 @@ G729_VECTOR SumPair ResidualSums(const __m256i (&a)[5], __m256i a0, const std::i
 }
 
 G729_VECTOR void Residual(const std::int16_t* a, const std::int16_t* x, std::int16_t* y) {
-    const std::int64_t reach = static_cast<std::int64_t>(SumOfMagnitudes(a) + (a[0] < 0 ? -a[0] : a[0]));
+    const std::int64_t reach = SumOfMagnitudes(a) + (a[0] < 0 ? -a[0] : a[0]);
     if (reach * PeakWithHistory(x) >= SafeSum) return g729::Residual(a, x, y);
     const __m256i a0 = Pair(a[0], 0);
     const __m256i pairs[] = {Pair(a[2], a[1]), Pair(a[4], a[3]), Pair(a[6], a[5]), Pair(a[8], a[7]),
@@ -93,7 +93,7 @@ class Recursion {
 
     template <int>
     [[gnu::always_inline]] inline void Step(int n) {
-        std::uint32_t sum = static_cast<std::uint32_t>(inputs[n]);
+        auto sum = static_cast<std::uint32_t>(inputs[n]);
         sum -= static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm256_castsi256_si128(older)));
         Absorb(static_cast<int>(y3));
         sum -= a3 * y3;
