@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <thread>
@@ -96,7 +97,7 @@ TEST_F(TestFaults, AModuleThreadThatEndsBeforeItsTimeClosesTheModule) {
     }
     const std::string signal = "/tmp/kestrel-end-" + std::to_string(module.Daemon().Pid());
     std::ofstream(signal).flush();
-    module.Control().SendRaw({0});  // wakes it, and with its next wait it ends
+    module.Control().SendRaw(std::array<UBYTE, 1>{});  // wakes it, and with its next wait it ends
     EXPECT_TRUE(WaitLine("Shutdown2"));
     EXPECT_TRUE(WaitLine("Compressor::Shutdown - complete."));
     unlink(signal.c_str());
