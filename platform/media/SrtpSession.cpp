@@ -43,8 +43,8 @@ std::unique_ptr<SrtpSession> SrtpSession::Create(Direction direction, int tagLen
 }
 
 SrtpSession::SrtpSession(Direction direction, int tagLength, Key key, Salt salt)
-    : direction(direction),
-      rtp(SessionKeys::Derive(Protocol::Rtp, key, salt), static_cast<size_t>(tagLength), RtpLifetime),
+    : rtp(SessionKeys::Derive(Protocol::Rtp, key, salt), static_cast<size_t>(tagLength), RtpLifetime),
+      direction(direction),
       rtcp(SessionKeys::Derive(Protocol::Rtcp, key, salt), RtcpTag, RtcpLifetime) {}
 
 bool SrtpSession::ProtectRtp(std::span<UBYTE> packet) {

@@ -50,11 +50,11 @@ class SrtpSession {
     bool IsAuthentic(std::span<const UBYTE> packet, std::uint64_t index);
     bool IsWrapped(std::span<const UBYTE> packet, const srtp::Source& source);
 
-    // What every packet needs comes first, and lies together.
+    // What every packet needs lies together.
+    srtp::SourceTable sources;
+    srtp::Transform rtp;
     const Direction direction;
     int recoveries = MaxRecoveries;  // attempts left until a new source is heard
-    srtp::Transform rtp;
-    srtp::SourceTable sources;
     srtp::Transform rtcp;
 };
 

@@ -2,6 +2,7 @@
 #include <dirent.h>
 
 #include <random>
+#include <thread>
 
 #include "app/ControlChannel/RelayThread.h"
 #include "platform/media/G711.h"
