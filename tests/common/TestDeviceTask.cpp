@@ -6,6 +6,7 @@
 
 #include "common/devicetask.h"
 #include "tests/common/DeviceTest.h"
+#include "tests/support/DeviceReader.h"
 
 namespace {
 
@@ -232,6 +233,7 @@ TEST_F(TestDeviceTask, ADeviceThatVanishesIsAReadError) {
     ASSERT_EQ(write(master, "key\n", 4), 4);
     ASSERT_TRUE(WaitFor(task, 1));
     EXPECT_EQ(task.received, Texts{"key\n"});
+    ASSERT_TRUE(WaitUntilReadBy(name, getpid()));
     close(slave);
     close(master);
     EXPECT_TRUE(console.WaitFor(std::string("DeviceTask::Main ") + name + " - read error 5"));

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "tests/support/DeviceReader.h"
 #include "tests/system/HardwareTest.h"
 
 namespace {
@@ -116,6 +117,7 @@ TEST_F(TestReportDevice, ADeviceThatVanishesEndsItsReaderAlone) {
     ASSERT_TRUE(Map(1));
     ASSERT_EQ(write(master, "dtmf 513,30,50\n", 15), 15);
     EXPECT_EQ(NextDigit(), "1 0 50");
+    ASSERT_TRUE(WaitUntilReadBy(name, module.daemon.Pid()));
     close(slave);
     close(master);
     ExpectInOrder({"DeviceTask::Main /dev/rtpif_dtmf2 - read error 5",
