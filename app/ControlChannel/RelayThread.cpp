@@ -4,7 +4,6 @@
 #include <sched.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <string>
 
 #include "app/ControlChannel/ConferenceMixer.h"
@@ -17,7 +16,6 @@
 namespace {
 
 constexpr ULONG CycleTime = 10;  // ms
-constexpr std::uint64_t MicrosecondsPerMs = 1000;
 
 void PrintSchedulingError(int error) {
     switch (error) {
@@ -97,10 +95,10 @@ void RelayThread::Settle() {
 ULONG RelayThread::JoinGrid() {
     constexpr int SlotsInARow = 2;  // whose threads run on different processors
     const ULONG grid = parent->chan / 2 / SlotsInARow % 2 == 0 ? 1 : 5;
-    const std::uint64_t now = os_clock_us() / MicrosecondsPerMs;
-    const ULONG wait = CycleTime - static_cast<ULONG>((now + CycleTime - grid) % CycleTime);
+    const ULONG now = os_clock();
+    const ULONG wait = CycleTime - (now + CycleTime - grid) % CycleTime;
     Sleep(wait);
-    return static_cast<ULONG>(now) + wait;
+    return now + wait;
 }
 
 void RelayThread::RaisePriority() {

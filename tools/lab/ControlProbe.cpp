@@ -1,16 +1,13 @@
 #include "tools/lab/ControlProbe.h"
 
-#include <pthread.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <chrono>
+
+#include "tools/lab/LoadThread.h"
 
 namespace lab {
 
 namespace {
 constexpr auto Period = std::chrono::milliseconds(100);
-constexpr int Niceness = -10;  // as the generator
 constexpr double UsPerMs = 1000;
 }  // namespace
 
@@ -23,8 +20,7 @@ ControlAnswers ControlProbe::Stop() {
 }
 
 void ControlProbe::Run() {
-    pthread_setname_np(pthread_self(), "load probe");
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), Niceness);  // where it is not allowed, without
+    BecomeLoadThread("load probe");
     for (auto due = std::chrono::steady_clock::now(); !stopping; due += Period) {
         std::this_thread::sleep_until(due);
         due = std::max(due, std::chrono::steady_clock::now());

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "platform/media/ByteOrder.h"
+
 namespace lab {
 
 namespace {
@@ -34,11 +36,9 @@ std::optional<double> LoadForwarderTarget::AskMs() {
 }
 
 std::optional<double> LoadForwarderTarget::Announce(const SockAddr& peer, const SockAddr& leg) {
-    const ULONG address = peer.Address();
-    const UWORD port = peer.Port();
-    const std::array<UBYTE, 6> message{static_cast<UBYTE>(address >> 24), static_cast<UBYTE>(address >> 16),
-                                       static_cast<UBYTE>(address >> 8),  static_cast<UBYTE>(address),
-                                       static_cast<UBYTE>(port >> 8),     static_cast<UBYTE>(port)};
+    std::array<UBYTE, 6> message;
+    media::Put32(message.data(), peer.Address());
+    media::Put16(&message[4], peer.Port());
     const std::int64_t begin = WallNs();
     if (!socket.SendTo(message, leg)) return std::nullopt;
     const std::optional<UdpSocket::Arrival> echo = socket.Receive(AnswerMs);

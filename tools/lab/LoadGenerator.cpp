@@ -2,9 +2,6 @@
 
 #include <linux/sock_diag.h>
 #include <netinet/in.h>
-#include <pthread.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -14,6 +11,7 @@
 
 #include "tools/lab/Call.h"
 #include "tools/lab/ControlProbe.h"
+#include "tools/lab/LoadThread.h"
 #include "tools/lab/ProcessMeter.h"
 
 namespace lab {
@@ -29,7 +27,6 @@ constexpr std::int64_t LookNs = 20 * NsPerMs;   // how soon the end of the flow 
 constexpr std::int64_t RestNs = 500 * NsPerMs;  // more than the module may hold back
 constexpr int ReceiveRoom = 8 << 20;
 constexpr std::size_t ReceiveBatch = 64;
-constexpr int Niceness = -10;
 constexpr std::size_t PacketsApart = 37;  // by which the slots' places in the speech differ
 
 double ThreadCpuSeconds() {
@@ -190,8 +187,7 @@ void LoadGenerator::Run(const std::function<bool(const Progress&)>& onSecond) {
 }
 
 void LoadGenerator::Generate() {
-    pthread_setname_np(pthread_self(), "load");
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), Niceness);  // where it is not allowed, without
+    BecomeLoadThread("load");
     const double cpuBefore = ThreadCpuSeconds();
     const std::int64_t start = WallNs() + 2 * TickNs;
     MakeRings(start);

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 #include <fstream>
 #include <string>
 
@@ -12,12 +11,6 @@ namespace lab {
 namespace {
 
 constexpr double NsPerSecond = 1e9;
-
-std::int64_t SteadyNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
-}
 
 }  // namespace
 
@@ -29,7 +22,7 @@ std::optional<ProcessMeter::Reading> ProcessMeter::Read() const {
     const std::optional<ThreadUsage> threads = ThreadUsage::Read(pid);
     const std::optional<DaemonProcess::Usage> usage = DaemonProcess::Measure(pid);
     if (!threads || !usage) return std::nullopt;
-    return Reading{SteadyNs(), *usage, *threads};
+    return Reading{std::chrono::steady_clock::now(), *usage, *threads};
 }
 
 void ProcessMeter::Begin() {
@@ -51,7 +44,7 @@ std::optional<ProcessCost> ProcessMeter::End() {
     const std::optional<Reading> end = Read();
     if (!begin || !end) return std::nullopt;
     ProcessCost cost;
-    cost.seconds = static_cast<double>(end->atNs - begin->atNs) / NsPerSecond;
+    cost.seconds = std::chrono::duration<double>(end->at - begin->at).count();
     cost.cpuPerSecond = (end->usage.cpuSeconds - begin->usage.cpuSeconds) / cost.seconds;
     cost.threads = end->threads.Since(begin->threads);
     cost.rssBytes = rssBytes;

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -34,7 +35,7 @@ class ProcessMeter {
 
  private:
     struct Reading {
-        std::int64_t atNs;
+        std::chrono::steady_clock::time_point at;
         DaemonProcess::Usage usage;
         ThreadUsage threads;
     };
