@@ -135,6 +135,25 @@ TEST_P(TestDecoderKernels, SynthesizeAndItsOverflow) {
     EXPECT_LT(clipped, 2 * Rounds * 19 / 20);
 }
 
+// A sum beyond the lowest sample clips even where rounding brings it back.
+TEST_P(TestDecoderKernels, SynthesisAroundTheLimitsByFractionsOfASample) {
+    for (const std::int16_t extreme : {Min16, Max16}) {
+        Buffer x{};
+        x[Past + 3] = extreme;
+        Buffer history{};
+        history[Past - 1] = 1;
+        for (int fraction = -0x1000; fraction <= 0x1000 && !HasFatalFailure(); fraction += 0x80) {
+            const Filter direct{0x1000, 0, 0, 0, static_cast<std::int16_t>(fraction)};
+            Compare(
+                history,
+                [&](const DecoderKernels& kernels, std::int16_t* y) {
+                    return kernels.synthesize(direct.data(), x.data() + Past, y);
+                },
+                fraction);
+        }
+    }
+}
+
 TEST_P(TestDecoderKernels, SynthesizeAndRespond) {
     for (int i = 0; i < Rounds && !HasFatalFailure(); i++) {
         const Buffer x = Signal();

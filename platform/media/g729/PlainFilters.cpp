@@ -63,7 +63,8 @@ bool Synthesize(const std::int16_t* a, const std::int16_t* x, std::int16_t* y) {
         y5 = y4, y4 = y3, y3 = y2, y2 = y1, y1 = now;
     }
     const std::int32_t peak = std::max(Peak(x, SubframeSamples), Peak(y - Order, SubframeSamples + Order));
-    const bool isSure = (outside & ~0xFFFF) == 0 && Magnitudes(a) * peak <= SumLimit;
+    // -32768 may be what was rounded up from beyond it.
+    const bool isSure = (outside & ~0xFFFF) == 0 && peak <= Max16 && Magnitudes(a) * peak <= SumLimit;
     return isSure ? false : g729::Synthesize(a, x, y);
 }
 
