@@ -11,6 +11,7 @@
 #include "platform/kernel/OSConsole.h"
 #include "platform/kernel/OperatingSystem.h"
 #include "platform/kernel/RateLimit.h"
+#include "platform/kernel/StrangerSocket.h"
 #include "platform/kernel/TriggerLoop.h"
 
 ULONG AsyncSocket::local_ipaddr = 0;
@@ -91,6 +92,19 @@ int AsyncSocket::Register(int error) {
 
 void AsyncSocket::Connect(const SockAddr& newPeer) {
     peer = newPeer;
+    connected = !signalling && ConnectMedia();
+}
+
+// The system keeps the route of a connected socket, so that a send costs a tenth less. What it then withholds
+// comes by the strangers' socket: who is heard is decided by Deliver alone, connected or not.
+bool AsyncSocket::ConnectMedia() {
+    if (loop == nullptr || peer.Address() == 0 || peer.Port() == 0) return false;
+    if (strangers == nullptr) {
+        auto opened = std::make_unique<kernel::StrangerSocket>(*this, loop);
+        if (opened->Open(socket) != 0) return false;
+        strangers = std::move(opened);
+    }
+    return kernel::System().ConnectSocket(socket.Descriptor(), peer.Native()) == 0;
 }
 
 void AsyncSocket::SetDiffServ(UBYTE byte) {
@@ -105,12 +119,14 @@ int AsyncSocket::SetMulticastInterface(ULONG address) {
 
 OSIORetCode AsyncSocket::DatagramIndication(OSBuf* buf, void* /*from*/, void* to) {
     const SockAddr destination = to != nullptr ? *static_cast<const SockAddr*>(to) : peer;
+    const sockaddr_in address = destination.Native();
+    const sockaddr_in* name = connected && destination == peer ? nullptr : &address;
     ssize_t sent = -1;
     int error = EDESTADDRREQ;
     // An error that an earlier datagram met may be reported by this one, which has then not been sent.
     for (int attempt = 0;
          attempt < 2 && destination.Address() != 0 && !stopped.load(std::memory_order_relaxed); ++attempt) {
-        sent = kernel::System().SendDatagram(socket.Descriptor(), buf->Data(), destination.Native());
+        sent = kernel::System().SendDatagram(socket.Descriptor(), buf->Data(), name);
         error = sent < 0 ? errno : 0;
         if (error != ECONNREFUSED) break;
     }
@@ -122,7 +138,7 @@ OSIORetCode AsyncSocket::DatagramIndication(OSBuf* buf, void* /*from*/, void* to
     return Blocked;
 }
 
-void AsyncSocket::OnReadable() {
+void AsyncSocket::Read(Socket& from) {
     bool gone = false;
     destroyed = &gone;
     const bool signals = signalling;  // and may carry keys
@@ -130,7 +146,7 @@ void AsyncSocket::OnReadable() {
     kernel::ReceiveBatch& batch = keeper->Batch();
     // A negative count is an error that an earlier send met (ICMP) or nothing to read: the socket stays as it
     // is.
-    const int count = kernel::System().ReceiveDatagrams(socket.Descriptor(), batch.Prepare(room));
+    const int count = kernel::System().ReceiveDatagrams(from.Descriptor(), batch.Prepare(room));
     room = count == room ? std::min(2 * room, kernel::ReceiveBatch::Datagrams) : 1;
     for (int i = 0; i < count && !gone && !stopped.load(std::memory_order_relaxed); ++i) {
         Deliver(batch.Bytes(i), batch.From(i), batch.IsTruncated(i));
@@ -164,6 +180,7 @@ void AsyncSocket::Free() {
     if (Bound() != nullptr) Bound()->LowerReleased(this);
     UnBind();
     if (destroyed != nullptr) *destroyed = true;
+    strangers.reset();
     if (socket.IsOpen()) {
         if (loop != nullptr) loop->Remove(*this, socket.Descriptor());
         const std::lock_guard<std::mutex> guard(ListLock());

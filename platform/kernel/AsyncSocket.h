@@ -10,13 +10,15 @@
 #include <memory>
 
 #include "platform/kernel/OSIO.h"
+#include "platform/kernel/Readable.h"
 #include "platform/kernel/Socket.h"
 
 namespace kernel {
+class StrangerSocket;
 class TriggerLoop;
-}
+}  // namespace kernel
 
-class AsyncSocket : public OSIO {
+class AsyncSocket : public OSIO, private kernel::Readable {
  public:
     enum MulticastMode { McReceiveOnly = 1 };
 
@@ -50,7 +52,7 @@ class AsyncSocket : public OSIO {
     // thread.
     void Free();
 
-    bool IsMedia() const { return !signalling; }
+    bool IsMedia() const override { return !signalling; }
     int LocalPort() const { return socket.LocalPort(); }
     ULONG RefusedCount() const { return refused.load(std::memory_order_relaxed); }
     ULONG SendErrors() const { return sendErrors.load(std::memory_order_relaxed); }
@@ -72,17 +74,21 @@ class AsyncSocket : public OSIO {
     static std::atomic<OSIndirectList<AsyncSocket>*> sockets;
 
  private:
-    friend class kernel::TriggerLoop;
+    friend class kernel::StrangerSocket;
     ~AsyncSocket() override;
     int Register(int error);
-    // For the loop: reads one batch and delivers it.
-    void OnReadable();
+    bool ConnectMedia();
+    void OnReadable() override { Read(socket); }
+    // Reads one batch of what has come to the port, and delivers it.
+    void Read(Socket& from);
     void Deliver(std::span<const UBYTE> datagram, const SockAddr& from, bool truncated);
 
     Socket socket;
     std::shared_ptr<kernel::TriggerLoop> loop;
     SockAddr peer;
-    bool signalling;
+    const bool signalling;
+    bool connected = false;  // in the system too
+    std::unique_ptr<kernel::StrangerSocket> strangers;
     int room = 1;  // datagrams to ask for: asking for more than there are costs as much as a tenth of one
     bool* destroyed = nullptr;  // set while a batch is delivered; Free reports through it
     std::atomic<ULONG> refused{0};

@@ -83,6 +83,10 @@ int OperatingSystem::BindSocket(int fd, const sockaddr_in& address) {
     return bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
+int OperatingSystem::ConnectSocket(int fd, const sockaddr_in& peer) {
+    return connect(fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
+}
+
 int OperatingSystem::SetSocketOption(int fd, int level, int option, const void* value, socklen_t size) {
     return setsockopt(fd, level, option, value, size);
 }
@@ -92,12 +96,18 @@ int OperatingSystem::SocketName(int fd, sockaddr_in& name) {
     return getsockname(fd, reinterpret_cast<sockaddr*>(&name), &size);
 }
 
-ssize_t OperatingSystem::SendDatagram(int fd, std::span<const UBYTE> data, const sockaddr_in& to) {
+ssize_t OperatingSystem::SendDatagram(int fd, std::span<const UBYTE> data, const sockaddr_in* to) {
     return sendto(fd, data.data(), data.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-                  reinterpret_cast<const sockaddr*>(&to), sizeof to);
+                  reinterpret_cast<const sockaddr*>(to), to != nullptr ? sizeof *to : 0);
 }
 
 int OperatingSystem::ReceiveDatagrams(int fd, std::span<mmsghdr> messages) {
+    if (messages.size() == 1) {  // the usual case, and a tenth cheaper so
+        const ssize_t bytes = recvmsg(fd, &messages[0].msg_hdr, MSG_DONTWAIT);
+        if (bytes < 0) return -1;
+        messages[0].msg_len = static_cast<unsigned>(bytes);
+        return 1;
+    }
     return recvmmsg(fd, messages.data(), static_cast<unsigned>(messages.size()), MSG_DONTWAIT, nullptr);
 }
 
@@ -112,8 +122,7 @@ ULONG OperatingSystem::RouteSource(ULONG to) {
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(to);
     address.sin_port = htons(9);  // any: nothing is sent
-    const bool routed = connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                        SocketName(fd, address) == 0;
+    const bool routed = ConnectSocket(fd, address) == 0 && SocketName(fd, address) == 0;
     CloseDescriptor(fd);
     return routed ? ntohl(address.sin_addr.s_addr) : 0;
 }

@@ -43,9 +43,11 @@ class OperatingSystem {
 
     virtual int OpenSocket(int domain, int type);
     virtual int BindSocket(int fd, const sockaddr_in& address);
+    virtual int ConnectSocket(int fd, const sockaddr_in& peer);
     virtual int SetSocketOption(int fd, int level, int option, const void* value, socklen_t size);
     virtual int SocketName(int fd, sockaddr_in& name);
-    virtual ssize_t SendDatagram(int fd, std::span<const UBYTE> data, const sockaddr_in& to);
+    // `to` null: the connected peer.
+    virtual ssize_t SendDatagram(int fd, std::span<const UBYTE> data, const sockaddr_in* to);
     virtual int ReceiveDatagrams(int fd, std::span<mmsghdr> messages);
     virtual int CloseDescriptor(int fd);
 

@@ -32,21 +32,37 @@ void Socket::Init(ULONG address) {
 }
 
 int Socket::Open(const SockAddr& local, bool share) {
-    kernel::OperatingSystem& system = kernel::System();
-    fd = system.OpenSocket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (fd < 0) return errno;
-    {
-        const std::lock_guard<std::mutex> guard(ListLock());
-        socket_list.Append(this);
-    }
+    if (const int error = Create()) return error;
     // As much as the host grants: a burst waits here while the thread is busy, and is lost where there is no
     // room.
     SetOption(SOL_SOCKET, SO_RCVBUF, ReceiveRoom);
-    const int error = share ? SetOption(SOL_SOCKET, SO_REUSEADDR, 1) : 0;
-    if (error == 0 && system.BindSocket(fd, local.Native()) == 0) return 0;
-    const int failed = error != 0 ? error : errno;
+    if (share) SetOption(SOL_SOCKET, SO_REUSEADDR, 1);
+    return Bind(local);
+}
+
+int Socket::OpenBeside(Socket& other) {
+    sockaddr_in name{};
+    if (kernel::System().SocketName(other.fd, name) != 0) return errno;
+    if (const int error = Create()) return error;
+    for (Socket* socket : {this, &other}) socket->SetOption(SOL_SOCKET, SO_REUSEPORT, 1);
+    const int error = Bind(SockAddr(name));
+    for (Socket* socket : {this, &other}) socket->SetOption(SOL_SOCKET, SO_REUSEPORT, 0);
+    return error;
+}
+
+int Socket::Create() {
+    fd = kernel::System().OpenSocket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fd < 0) return errno;
+    const std::lock_guard<std::mutex> guard(ListLock());
+    socket_list.Append(this);
+    return 0;
+}
+
+int Socket::Bind(const SockAddr& local) {
+    if (kernel::System().BindSocket(fd, local.Native()) == 0) return 0;
+    const int error = errno;
     Close();
-    return failed;
+    return error;
 }
 
 void Socket::Close() {

@@ -19,6 +19,8 @@ class Socket {
 
     // Opens and binds; 0 or the errno of the step that failed, with nothing left open.
     int Open(const SockAddr& local, bool share);
+    // The same beside `other` on the port that it is bound to, which nobody else can share afterwards.
+    int OpenBeside(Socket& other);
     void Close();
     bool IsOpen() const { return fd >= 0; }
     int Descriptor() const { return fd; }
@@ -32,5 +34,8 @@ class Socket {
     static OSIndirectList<Socket> socket_list;  // every open socket; only its Size is for other threads
 
  private:
+    int Create();
+    int Bind(const SockAddr& local);
+
     int fd = -1;
 };

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <mutex>
 
-#include "platform/kernel/AsyncSocket.h"
 #include "platform/kernel/Clock.h"
 #include "platform/kernel/OSTimerTrigger.h"
 #include "platform/kernel/OperatingSystem.h"
@@ -139,7 +138,7 @@ void TriggerLoop::Collect(std::int64_t timeout) {
     collected = true;
     const int count = System().WaitEvents(epoll, events, timeout);
     for (int i = 0; i < count; ++i) {
-        auto* socket = static_cast<AsyncSocket*>(events[static_cast<std::size_t>(i)].data.ptr);
+        auto* socket = static_cast<Readable*>(events[static_cast<std::size_t>(i)].data.ptr);
         if (socket != nullptr) {
             pending.push_back(socket);
             continue;
@@ -187,16 +186,16 @@ void TriggerLoop::PollSockets() {
     pending.clear();
 }
 
-int TriggerLoop::Add(AsyncSocket& socket, int fd) {
+int TriggerLoop::Add(Readable& socket, int fd) {
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.ptr = &socket;
     return closed || epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event) != 0 ? errno : 0;
 }
 
-void TriggerLoop::Remove(AsyncSocket& socket, int fd) {
+void TriggerLoop::Remove(Readable& socket, int fd) {
     if (!closed) epoll_ctl(epoll, EPOLL_CTL_DEL, fd, nullptr);
-    std::replace(pending.begin(), pending.end(), &socket, static_cast<AsyncSocket*>(nullptr));
+    std::replace(pending.begin(), pending.end(), &socket, static_cast<Readable*>(nullptr));
 }
 
 void TriggerLoop::MarkReady(OSTrigger& trigger) {

@@ -14,9 +14,9 @@
 
 #include "platform/kernel/CriticalSection.h"
 #include "platform/kernel/Event.h"
+#include "platform/kernel/Readable.h"
 #include "platform/kernel/ReceiveBatch.h"
 
-class AsyncSocket;
 class OSTimerTrigger;
 class OSTrigger;
 
@@ -38,8 +38,8 @@ class TriggerLoop final : public Waitable {
     bool Wait(int ms) override;
     void Poll();
 
-    int Add(AsyncSocket& socket, int fd);
-    void Remove(AsyncSocket& socket, int fd);
+    int Add(Readable& socket, int fd);
+    void Remove(Readable& socket, int fd);
     ReceiveBatch& Batch() { return *batch; }
 
     void Arm(OSTimerTrigger& timer, std::uint64_t deadline);
@@ -73,10 +73,10 @@ class TriggerLoop final : public Waitable {
 
     // The owning thread's alone.
     std::array<epoll_event, EventsPerWait> events{};
-    std::vector<AsyncSocket*> pending;  // readable; null where removed meanwhile
-    bool collected = false;             // since the last Poll
-    bool signalled = false;             // the wake-up was taken
-    std::uint64_t mediaServed = 0;      // the millisecond in which media sockets were last read
+    std::vector<Readable*> pending;  // readable; null where removed meanwhile
+    bool collected = false;          // since the last Poll
+    bool signalled = false;          // the wake-up was taken
+    std::uint64_t mediaServed = 0;   // the millisecond in which media sockets were last read
 
     CRITICAL_SECTION lock;
     std::vector<OSTrigger*> ready;        // guarded by `lock`, as are the heap and `sleepingUntil`
