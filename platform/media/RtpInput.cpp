@@ -11,10 +11,7 @@ namespace {
 
 using Verdict = SequenceTracker::Verdict;
 
-// This moment on a clock of 8000 Hz.
-ULONG ArrivalClock() {
-    return static_cast<ULONG>(os_clock_us() * SamplesPerMs / 1000);
-}
+constexpr std::uint64_t MicrosecondsPerMs = 1000;
 
 void ReportNewStream(const RtpHeader& header, const void* from) {
     static RateLimit limit;
@@ -73,8 +70,10 @@ OSIORetCode RtpInput::OnAudio(OSBuf* buf, const RtpPacketView& packet, const voi
     if (verdict == Verdict::Late) return discards.Drop(buf, Discards::Late, from);
     if (verdict == Verdict::Duplicate) return discards.Drop(buf, Discards::Duplicate, from);
     if (verdict != Verdict::InOrder) ReportNewStream(header, from);
-    if (!audio.AddTiming(header.timestamp, ArrivalClock())) ReportClockJump(header);
-    digits.OnAudio(header.ssrc, header.timestamp, os_clock());
+    const std::uint64_t now = os_clock_us();
+    const auto arrival = static_cast<ULONG>(now * SamplesPerMs / MicrosecondsPerMs);
+    if (!audio.AddTiming(header.timestamp, arrival)) ReportClockJump(header);
+    digits.OnAudio(header.ssrc, header.timestamp, static_cast<ULONG>(now / MicrosecondsPerMs));
     return Deliver(buf, packet, from);
 }
 
