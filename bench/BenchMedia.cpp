@@ -17,17 +17,18 @@ namespace {
 
 constexpr int FrameSamples = 80;
 constexpr int Frames = 200;
+constexpr std::size_t VoiceSamples = std::size_t{FrameSamples} * Frames;
 
 // Two seconds of a gliding tone with harmonics: as loud as speech.
-std::array<UBYTE, FrameSamples * Frames> Voice() {
-    std::array<std::int16_t, FrameSamples * Frames> linear{};
+std::array<UBYTE, VoiceSamples> Voice() {
+    std::array<std::int16_t, VoiceSamples> linear{};
     double phase = 0;
     for (std::size_t i = 0; i < linear.size(); ++i) {
         phase += 2 * M_PI * (120 + 40 * std::sin(static_cast<double>(i) / 3000)) / 8000;
         linear[i] = static_cast<std::int16_t>(6000 * std::sin(phase) + 3000 * std::sin(3 * phase) +
                                               1500 * std::sin(7 * phase));
     }
-    std::array<UBYTE, FrameSamples * Frames> alaw{};
+    std::array<UBYTE, VoiceSamples> alaw{};
     LinearToAlaw(linear.data(), alaw.data(), static_cast<int>(linear.size()));
     return alaw;
 }

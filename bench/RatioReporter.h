@@ -26,7 +26,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     void Finalize() override {
         for (const auto& [name, time] : times) {
             const std::size_t slash = name.rfind('/');
-            if (slash == name.npos || IsPeer(name.substr(slash + 1))) continue;
+            if (slash == std::string::npos || IsPeer(name.substr(slash + 1))) continue;
             for (const std::string& peer : peers) {
                 const auto other = times.find(name.substr(0, slash + 1) + peer);
                 if (other == times.end()) continue;

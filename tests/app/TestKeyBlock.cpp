@@ -46,12 +46,13 @@ TEST(TestKeyBlock, RefusesWhatIsCutShortOrHasOtherLengths) {
         EXPECT_FALSE(KeyBlock().Parse(std::span(good).first(length))) << length;
 
     constexpr size_t LengthBytes[] = {1, 18, 34, 51};
-    for (const size_t at : LengthBytes)
+    for (const size_t at : LengthBytes) {
         for (const int lie : {0, 1, 13, 15, 17, 255}) {
             Bytes block = good;
             block[at] = static_cast<UBYTE>(lie);
             EXPECT_FALSE(KeyBlock().Parse(block)) << at << " says " << lie;
         }
+    }
 }
 
 TEST(TestKeyBlock, LocalSuiteAloneChoosesTheTag) {

@@ -58,9 +58,10 @@ TEST_F(TestMapRequest, KeysShowInTheFourTracesOnly) {
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), expected);
     for (const char* header : KeyHeaders)
         EXPECT_EQ(console.Count("ControlChannel::OnMap - " + std::string(header) + ":\n"), 1) << header;
-    for (const std::string& line : console.Lines())
+    for (const std::string& line : console.Lines()) {
         for (const char* key : {"a1 a1", "a2 a2", "a3 a3", "a4 a4"})
             EXPECT_EQ(line.find(key), std::string::npos) << line;
+    }
 }
 
 TEST_F(TestMapRequest, BadKeysLeaveTheLegClosed) {

@@ -24,9 +24,10 @@ TEST(TestRelayPacing, Rows) {
         {30, 3, 3, {3, 0}},  {10, 0, 0, {12, 0}}, {10, 20, 1, {12, 1}}, {40, 3, 2, {12, 2}},
         {0, 5, 1, {12, 1}},
     };
-    for (const Row& row : rows)
+    for (const Row& row : rows) {
         EXPECT_EQ(RelayPacing::Next(row.packetTime, row.waiting, row.phase), row.expected)
             << row.packetTime << " ms, " << row.waiting << " waiting, phase " << row.phase;
+    }
 }
 
 // The frames moved in each tick when one frame arrives a tick.

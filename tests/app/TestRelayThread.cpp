@@ -119,7 +119,7 @@ TEST_F(TestRelayThread, AConferenceOfThreeHearsTheMix) {
     UBYTE alaw[2];
     LinearToAlaw(linear, alaw, 2);
     AlawToLinear(alaw, linear, 2);
-    short sum = static_cast<short>(linear[0] + linear[1]);
+    auto sum = static_cast<short>(linear[0] + linear[1]);
     UBYTE mixed = 0;
     LinearToAlaw(&sum, &mixed, 1);
     const auto heard = [](const RtpPeer& peer, UBYTE value) {
@@ -213,9 +213,10 @@ TEST_F(TestRelayThread, AnyOrderOfRequestsAndPacketsIsSurvived) {
                 peer.SendDigit(RtpPort(chan), static_cast<UBYTE>(pick(16)), 100);
                 break;
             default:
-                for (int i = pick(6); i > 0; --i)
+                for (int i = pick(6); i > 0; --i) {
                     peer.Send(RtpPort(chan), pick(2) == 0 ? 18 : 8, Bytes(static_cast<size_t>(pick(400))),
                               160);
+                }
         }
         OSTrigger::TLSPoll();
         if (step % 100 == 0) ControlChannel::TraceTimer(channel.get(), nullptr, 0);

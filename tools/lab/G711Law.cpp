@@ -35,7 +35,7 @@ std::uint8_t EncodeUlaw(std::int16_t sample) {
     const unsigned sign = sample < 0 ? 0x80 : 0;
     const auto magnitude =
         static_cast<unsigned>(std::min(std::abs(static_cast<int>(sample)), UlawClip) + UlawBias);
-    const unsigned segment = static_cast<unsigned>(std::bit_width(magnitude)) - 8;
+    const auto segment = static_cast<unsigned>(std::bit_width(magnitude >> 8));
     const unsigned code = sign | segment << 4 | ((magnitude >> (segment + 3)) & 15);
     return static_cast<std::uint8_t>(~code);
 }
