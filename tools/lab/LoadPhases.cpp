@@ -46,9 +46,10 @@ void LoadPhases::Take(std::int64_t nowNs, const std::vector<Count>& counts) {
 
 void LoadPhases::OnDelay(std::int64_t arrivalNs, std::int64_t us) {
     if (due == 0) return;
-    for (std::size_t i = 0; i < Phases.size(); ++i)
+    for (std::size_t i = 0; i < Phases.size(); ++i) {
         if (arrivalNs >= instants[Phases[i].begin] && arrivalNs < instants[Phases[i].begin + 1])
             delays[i].Add(us);
+    }
 }
 
 std::vector<PhaseResult> LoadPhases::Results() const {
