@@ -19,7 +19,7 @@ std::vector<UBYTE> SpeechEncoder::Encode(std::span<const std::int16_t> samples) 
 }
 
 std::vector<std::int16_t> SpeechDecoder::Decode(std::span<const UBYTE> payload) {
-    const std::size_t frameBytes = static_cast<std::size_t>(FrameBytes(codec));
+    const auto frameBytes = static_cast<std::size_t>(FrameBytes(codec));
     const std::size_t frames = payload.size() / frameBytes;
     std::vector<std::int16_t> samples(frames * FrameSamples);
     if (codec != Codec::G729) {

@@ -13,7 +13,7 @@ constexpr double LoudRms = 300.0;
 
 std::int64_t Product(std::span<const std::int16_t> a, std::span<const std::int16_t> b) {
     std::int64_t sum = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) sum += static_cast<std::int32_t>(a[i]) * b[i];
+    for (std::size_t i = 0; i < a.size(); ++i) sum += std::int64_t{a[i]} * b[i];
     return sum;
 }
 
