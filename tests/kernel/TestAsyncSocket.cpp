@@ -66,7 +66,7 @@ TEST_F(TestAsyncSocket, DeliversEachDatagramWithItsSource) {
     const SockAddr to = Address(*a);
     std::vector<std::string> sent;
     for (int i = 0; i < 3 * kernel::ReceiveBatch::Datagrams; ++i) {
-        sent.push_back(std::string(static_cast<std::size_t>(i), 'x'));
+        sent.emplace_back(static_cast<std::size_t>(i), 'x');
         Send(*b, sent.back(), &to);
     }
     ASSERT_TRUE(RunUntil([&] { return receiver.texts.size() == sent.size(); }));

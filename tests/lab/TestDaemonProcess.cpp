@@ -1,8 +1,9 @@
 // Children of all kinds, played by the shell.
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "tools/lab/DaemonProcess.h"
 

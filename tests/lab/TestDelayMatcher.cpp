@@ -22,7 +22,6 @@ class PlayedModule {
                  std::size_t firstPacket = 0)
         : speech(SpeechSource(words).Code(in, inMs)),
           next(firstPacket),
-          out(out),
           outSamples(static_cast<std::size_t>(outMs) * SampleRate / 1000),
           decoder(in),
           encoder(out),
@@ -66,7 +65,6 @@ class PlayedModule {
 
     const std::shared_ptr<const CodedSpeech> speech;
     std::size_t next;
-    const Codec out;
     const std::size_t outSamples;
     SpeechDecoder decoder;
     SpeechEncoder encoder;

@@ -15,7 +15,7 @@ namespace {
 
 TEST(G711Law, AgreesWithTheModulesTablesForEveryByteAndSample) {
     for (int byte = 0; byte < 256; ++byte) {
-        UBYTE code = static_cast<UBYTE>(byte);
+        auto code = static_cast<UBYTE>(byte);
         std::int16_t table = 0;
         AlawToLinear(&code, &table, 1);
         EXPECT_EQ(DecodeAlaw(code), table) << byte;

@@ -88,7 +88,7 @@ class EndPointTest : public LoopTest {
     }
 
     // As the owner of a leg does it.
-    void Setup(int syscomptype = media::Alaw) {
+    void MakeEndpoint(int syscomptype = media::Alaw) {
         endpoint = std::make_unique<RTPEndPoint>(Address(rtp), Address(rtcp),
                                                  static_cast<unsigned short>(syscomptype), true);
         endpoint->BindMediaSource(&device);

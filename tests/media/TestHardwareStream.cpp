@@ -77,7 +77,7 @@ TEST_F(TestHardwareStream, AStreamFromItsOpeningToItsEnd) {
 TEST_F(TestHardwareStream, NoPacketPassesThroughTheEndpoint) {
     RecordingHardware driver;
     Leg leg(512);
-    AsyncSocket* socket = new AsyncSocket(false);
+    auto* socket = new AsyncSocket(false);
     ASSERT_EQ(socket->Create(AsyncSocket::Datagram, 0, 0x7F000001, true), 0);
     leg.endpoint.BindStreamData(socket);
     leg.endpoint.BindStreamControl(socket);

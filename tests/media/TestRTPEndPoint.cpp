@@ -29,7 +29,7 @@ bool IsEnd(const media::RtpPacketView& packet) {
 }
 
 TEST_F(TestRTPEndPoint, AudioBothWays) {
-    Setup();
+    MakeEndpoint();
     EXPECT_EQ(device.Send(Bytes(160, 1)), Blocked) << "nothing goes out before the stream starts";
     Start(media::Alaw);
     for (UBYTE i = 1; i <= 5; i++) EXPECT_EQ(device.Send(Bytes(160, i)), Success);
@@ -60,7 +60,7 @@ TEST_F(TestRTPEndPoint, UlawOnTheNetworkIsAlawAtTheDeviceUnlessItRelays) {
     Bytes ulaw = all;
     media::AlawToUlaw(ulaw.data(), 256);
     for (const int syscomptype : {media::Alaw, media::Relay}) {
-        Setup(syscomptype);
+        MakeEndpoint(syscomptype);
         Start(media::Ulaw);
         const bool converts = syscomptype == media::Alaw;
         const size_t before = device.payloads.size();
@@ -77,7 +77,7 @@ TEST_F(TestRTPEndPoint, UlawOnTheNetworkIsAlawAtTheDeviceUnlessItRelays) {
 
 TEST_F(TestRTPEndPoint, WhatMustNotReachTheDeviceIsCountedAndNamed) {
     LetMessagesThrough();
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     PeerSends(PcmA, 10, 0, Bytes(80, 1));
     PeerSends(PcmA, 12, 320, Bytes(80, 2));
@@ -112,7 +112,7 @@ TEST_F(TestRTPEndPoint, WhatMustNotReachTheDeviceIsCountedAndNamed) {
 
 TEST_F(TestRTPEndPoint, NewSourcesAndJumpsAreTakenAtOnce) {
     LetMessagesThrough();
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     struct Row {
         ULONG ssrc;
@@ -137,7 +137,7 @@ TEST_F(TestRTPEndPoint, NewSourcesAndJumpsAreTakenAtOnce) {
 }
 
 TEST_F(TestRTPEndPoint, G729WithComfortNoiseFramesAndEveryShapeOfHeader) {
-    Setup();
+    MakeEndpoint();
     Start(media::G729);
     PeerSends(G729Type, 1, 0, Bytes(22, 1));
     PeerSends(Hex("b192 0002 000000a0 cafebabe 11111111 bede0001 22222222 aabbccddeeffaabbccdd 000003"));
@@ -154,7 +154,7 @@ TEST_F(TestRTPEndPoint, G729WithComfortNoiseFramesAndEveryShapeOfHeader) {
 }
 
 TEST_F(TestRTPEndPoint, AfterAPauseTheClockHasRunOnAndTalkStarts) {
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     device.Send(Bytes(160, 1));
     const ULONG paused = os_clock();
@@ -175,7 +175,7 @@ TEST_F(TestRTPEndPoint, AfterAPauseTheClockHasRunOnAndTalkStarts) {
 
 TEST_F(TestRTPEndPoint, DigitsGoOutInPlaceOfAudio) {
     LetMessagesThrough();
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     device.Send(Bytes(160, 1));
     endpoint->DTMFDigit('5', 100);
@@ -220,7 +220,7 @@ TEST_F(TestRTPEndPoint, DigitsGoOutInPlaceOfAudio) {
 }
 
 TEST_F(TestRTPEndPoint, DigitsThatArriveAreReportedOnce) {
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     PeerSends(PcmA, 1, 0, Bytes(160, 1));
     PeerSends(Events, 2, 160, EventPayload(1, false, 160));
@@ -291,7 +291,7 @@ TEST_F(TestRTPEndPoint, SrtpBothWays) {
     for (const int tag : {4, 10}) {
         SCOPED_TRACE(tag);
         Keys keys;
-        Setup();
+        MakeEndpoint();
         ASSERT_EQ(endpoint->SRTPEnable(tag, keys.localSalt, keys.localKey, keys.remoteSalt, keys.remoteKey),
                   0);
         Start(media::Alaw);
@@ -349,7 +349,7 @@ TEST_F(TestRTPEndPoint, SrtpThatCannotBeHadFailsClosed) {
     Keys keys;
     Recorder data;
     Recorder control;
-    Setup();
+    MakeEndpoint();
     endpoint->BindStreamData(&data);
     endpoint->BindStreamControl(&control);
     EXPECT_EQ(endpoint->SRTPEnable(5, keys.localSalt, keys.localKey, keys.remoteSalt, keys.remoteKey), -1);
@@ -369,7 +369,7 @@ TEST_F(TestRTPEndPoint, SrtpThatCannotBeHadFailsClosed) {
 }
 
 TEST_F(TestRTPEndPoint, EveryOrderOfEndingIsSafe) {
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     device.Send(Bytes(160, 1));
     PeerSends(Events, 1, 0, EventPayload(1, false, 160));
@@ -388,7 +388,7 @@ TEST_F(TestRTPEndPoint, EveryOrderOfEndingIsSafe) {
     // Endpoint first, with timers running and datagrams on their way.
     rtp = Open(nullptr);
     rtcp = Open(nullptr);
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     endpoint->DTMFDigit('1', 200);
     PeerSends(PcmA, 1, 0, Bytes(160, 1));
@@ -399,7 +399,7 @@ TEST_F(TestRTPEndPoint, EveryOrderOfEndingIsSafe) {
     EXPECT_TRUE(device.payloads.empty());
 
     // A socket is exchanged for another.
-    Setup();
+    MakeEndpoint();
     AsyncSocket* other = Open(nullptr);
     endpoint->BindStreamData(other);
     EXPECT_EQ(rtp->Bound(), nullptr);
@@ -410,7 +410,7 @@ TEST_F(TestRTPEndPoint, EveryOrderOfEndingIsSafe) {
 // The relay thread sends while the sockets' thread sends digits and takes the socket away.
 TEST_F(TestRTPEndPoint, ThreadsShareTheSequence) {
     Recorder data;
-    Setup();
+    MakeEndpoint();
     endpoint->BindStreamData(&data);
     Start(media::Alaw);
     std::atomic<bool> done{false};

@@ -32,7 +32,7 @@ class TestRtcpControl : public EndPointTest {
 };
 
 TEST_F(TestRtcpControl, ReportsWhatWasSentAndHeardAndSaysBye) {
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     for (int i = 0; i < 3; i++) device.Send(Bytes(160, 1));
     ASSERT_TRUE(WaitForPeer(3));
@@ -101,7 +101,7 @@ TEST_F(TestRtcpControl, ReportsWhatWasSentAndHeardAndSaysBye) {
 
 TEST_F(TestRtcpControl, WhoNeverSentReportsAsReceiverAndWhoNeverSpokeSaysNothing) {
     Recorder control;
-    Setup();
+    MakeEndpoint();
     endpoint->BindStreamControl(&control);
     Start(media::Alaw);
     control.Bound()->LowerReleased(&control);
@@ -119,7 +119,7 @@ TEST_F(TestRtcpControl, WhoNeverSentReportsAsReceiverAndWhoNeverSpokeSaysNothing
 }
 
 TEST_F(TestRtcpControl, ByeEndsThePeersStreamAndItsPendingDigit) {
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     PeerSends(PcmA, 100, 0, Bytes(80, 1));
     PeerSends(media::DtmfPayloadType, 101, 160, EventPayload(3, false, 800));
@@ -139,7 +139,7 @@ TEST_F(TestRtcpControl, ByeEndsThePeersStreamAndItsPendingDigit) {
 }
 
 TEST_F(TestRtcpControl, MalformedControlPacketsAreCountedAndNamed) {
-    Setup();
+    MakeEndpoint();
     Start(media::Alaw);
     for (const char* hex : {"", "80", "80c9000200000001", "81cb0001cafebabe", "9fc80006cafebabe"}) {
         SendTo(peerRtcp, Address(rtcp), Hex(hex));

@@ -91,10 +91,10 @@ struct Shape {
 };
 
 Bytes MakeRtp(ULONG ssrc, UWORD sequence, size_t payload, Shape shape = {}) {
-    Bytes behind(static_cast<size_t>(4 * shape.csrcs), 0x77);
+    Bytes behind(size_t{4} * static_cast<size_t>(shape.csrcs), 0x77);
     if (shape.extensionWords >= 0) {
         behind.insert(behind.end(), {0xBE, 0xDE, 0, static_cast<UBYTE>(shape.extensionWords)});
-        behind.insert(behind.end(), static_cast<size_t>(4 * shape.extensionWords), 0x55);
+        behind.insert(behind.end(), size_t{4} * static_cast<size_t>(shape.extensionWords), 0x55);
     }
     for (size_t i = 0; i < payload; i++) behind.push_back(static_cast<UBYTE>(i * 7 + sequence));
     if (shape.padding && payload > 0) behind.back() = 1;

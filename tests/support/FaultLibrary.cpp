@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -113,7 +114,8 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     if (fault != 0) return fault;
     auto* real = Next<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
     if (number != ModuleThread) return real(thread, attributes, main, argument);
-    return real(thread, attributes, RunModule, new ModuleMain{main, argument});
+    auto* module = new (std::nothrow) ModuleMain{main, argument};
+    return module != nullptr ? real(thread, attributes, RunModule, module) : EAGAIN;
 }
 
 int pthread_setschedparam(pthread_t thread, int policy, const sched_param* parameters) noexcept {
