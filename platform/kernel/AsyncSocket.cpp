@@ -91,8 +91,9 @@ int AsyncSocket::Register(int error) {
 }
 
 void AsyncSocket::Connect(const SockAddr& newPeer) {
+    connected = false;
     peer = newPeer;
-    connected = !signalling && ConnectMedia();
+    connected.store(!signalling && ConnectMedia(), std::memory_order_release);
 }
 
 // The system keeps the route of a connected socket, so that a send costs a tenth less. What it then withholds
@@ -120,7 +121,8 @@ int AsyncSocket::SetMulticastInterface(ULONG address) {
 OSIORetCode AsyncSocket::DatagramIndication(OSBuf* buf, void* /*from*/, void* to) {
     const SockAddr destination = to != nullptr ? *static_cast<const SockAddr*>(to) : peer;
     const sockaddr_in address = destination.Native();
-    const sockaddr_in* name = connected && destination == peer ? nullptr : &address;
+    const sockaddr_in* name =
+        connected.load(std::memory_order_acquire) && destination == peer ? nullptr : &address;
     ssize_t sent = -1;
     int error = EDESTADDRREQ;
     // An error that an earlier datagram met may be reported by this one, which has then not been sent.

@@ -87,7 +87,7 @@ class AsyncSocket : public OSIO, private kernel::Readable {
     std::shared_ptr<kernel::TriggerLoop> loop;
     SockAddr peer;
     const bool signalling;
-    bool connected = false;  // in the system too
+    std::atomic<bool> connected{false};  // in the system too; then other threads may read `peer`
     std::unique_ptr<kernel::StrangerSocket> strangers;
     int room = 1;  // datagrams to ask for: asking for more than there are costs as much as a tenth of one
     bool* destroyed = nullptr;  // set while a batch is delivered; Free reports through it
