@@ -1,10 +1,12 @@
 // Timers, queue triggers and the trigger event: order, cancelling, other threads, destruction from within
 // callbacks.
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "platform/kernel/OperatingSystem.h"
 #include "tests/support/LoopTest.h"
 
 namespace {
@@ -28,7 +30,23 @@ struct Bomb {
     }
 };
 
+// Time passes while the loop waits, and at no other moment.
+class WaitingTime : public kernel::OperatingSystem {
+ public:
+    WaitingTime() { kernel::ReplaceSystem(this); }
+    ~WaitingTime() override { kernel::ReplaceSystem(nullptr); }
+    std::uint64_t MonotonicMicroseconds() override { return now; }
+    int WaitEvents(int epoll, std::span<epoll_event> events, std::int64_t timeout) override {
+        now += static_cast<std::uint64_t>(std::max<std::int64_t>(timeout, 0));
+        return OperatingSystem::WaitEvents(epoll, events, 0);
+    }
+
+ private:
+    std::uint64_t now = 1'000'000;
+};
+
 TEST_F(TestTriggerLoop, TimersFireInOrderOnceAndNotWhenCancelled) {
+    const WaitingTime time;
     std::vector<int> order;
     struct Entry {
         std::vector<int>* order;
