@@ -2,9 +2,11 @@
 // cycle's sleep.
 #include <benchmark/benchmark.h>
 
-#include <thread>
+#include <array>
 
 #include "platform/kernel/Kernel.h"
+#include "platform/kernel/OperatingSystem.h"
+#include "platform/kernel/ReceiveBatch.h"
 
 namespace {
 
@@ -90,5 +92,25 @@ void DatagramThroughTheLoop(benchmark::State& state) {
     sender->Free();
 }
 BENCHMARK(DatagramThroughTheLoop);
+
+// What the system alone takes for it: with a peer that it knows or one named for each, and asking for one or
+// two.
+void DatagramSentAndRead(benchmark::State& state) {
+    Prepare();
+    Socket sender;
+    Socket receiver;
+    for (Socket* socket : {&sender, &receiver}) socket->Open(SockAddr(INADDR_LOOPBACK, 0), false);
+    const sockaddr_in to = SockAddr(INADDR_LOOPBACK, receiver.LocalPort()).Native();
+    const bool connected = state.range(0) != 0;
+    if (connected) kernel::System().ConnectSocket(sender.Descriptor(), to);
+    const std::array<UBYTE, 172> packet{};
+    kernel::ReceiveBatch batch;
+    for (auto _ : state) {
+        kernel::System().SendDatagram(sender.Descriptor(), packet, connected ? nullptr : &to);
+        kernel::System().ReceiveDatagrams(receiver.Descriptor(),
+                                          batch.Prepare(static_cast<int>(state.range(1))));
+    }
+}
+BENCHMARK(DatagramSentAndRead)->ArgNames({"connected", "room"})->ArgsProduct({{0, 1}, {1, 2}});
 
 }  // namespace

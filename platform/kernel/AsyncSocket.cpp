@@ -96,8 +96,8 @@ void AsyncSocket::Connect(const SockAddr& newPeer) {
     connected.store(!signalling && ConnectMedia(), std::memory_order_release);
 }
 
-// The system keeps the route of a connected socket, so that a send costs a tenth less. What it then withholds
-// comes by the strangers' socket: who is heard is decided by Deliver alone, connected or not.
+// The system keeps the route of a connected socket, so that a send costs an eighth less. What it then
+// withholds comes by the strangers' socket: who is heard is decided by Deliver alone, connected or not.
 bool AsyncSocket::ConnectMedia() {
     if (loop == nullptr || peer.Address() == 0 || peer.Port() == 0) return false;
     if (strangers == nullptr) {

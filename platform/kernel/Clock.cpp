@@ -8,10 +8,6 @@
 #include "platform/kernel/OperatingSystem.h"
 #include "platform/kernel/Sleepers.h"
 
-namespace {
-constexpr std::uint64_t MicrosecondsPerMs = 1000;
-}
-
 std::uint64_t os_clock_us() {
     return kernel::System().MonotonicMicroseconds();
 }

@@ -20,6 +20,8 @@ ULONG os_clock();
 // Microseconds of the same clock, 64 bits.
 std::uint64_t os_clock_us();
 
+constexpr std::uint64_t MicrosecondsPerMs = 1000;
+
 // Non-zero once `ms` milliseconds have passed since the os_clock value `since`.
 int os_expired(ULONG since, ULONG ms);
 

@@ -73,7 +73,7 @@ OSBuf* OSBufPools::Take(int bytes, const void* caller) {
     buf->len = 0;
     const std::uint64_t now = os_clock_us();
     buf->born.store(now, std::memory_order_relaxed);
-    buf->stamp.store(static_cast<ULONG>(now / 1000), std::memory_order_relaxed);
+    buf->stamp.store(static_cast<ULONG>(now / MicrosecondsPerMs), std::memory_order_relaxed);
     buf->allocator.store(caller, std::memory_order_relaxed);
     buf->allocated.store(true, std::memory_order_release);
     return buf;

@@ -12,7 +12,6 @@ OSTimerTrigger::~OSTimerTrigger() {
 
 void OSTimerTrigger::SetTimer(ULONG ms) {
     if (loop == nullptr) return;
-    constexpr std::uint64_t MicrosecondsPerMs = 1000;
     OSTrigger::Cancel();
     loop->Arm(*this, os_clock_us() + ms * MicrosecondsPerMs);
 }

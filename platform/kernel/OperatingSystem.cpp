@@ -102,7 +102,7 @@ ssize_t OperatingSystem::SendDatagram(int fd, std::span<const UBYTE> data, const
 }
 
 int OperatingSystem::ReceiveDatagrams(int fd, std::span<mmsghdr> messages) {
-    if (messages.size() == 1) {  // the usual case, and a tenth cheaper so
+    if (messages.size() == 1) {  // the usual case, and cheaper so
         const ssize_t bytes = recvmsg(fd, &messages[0].msg_hdr, MSG_DONTWAIT);
         if (bytes < 0) return -1;
         messages[0].msg_len = static_cast<unsigned>(bytes);

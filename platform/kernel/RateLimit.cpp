@@ -4,7 +4,6 @@
 #include "platform/kernel/Clock.h"
 
 bool RateLimit::Allow() {
-    constexpr std::uint64_t MicrosecondsPerMs = 1000;
     const std::uint64_t now = os_clock_us();
     std::uint64_t due = next.load(std::memory_order_relaxed);
     return now >= due && next.compare_exchange_strong(due, now + interval * MicrosecondsPerMs);

@@ -17,7 +17,6 @@ namespace kernel {
 
 namespace {
 
-constexpr std::int64_t MicrosecondsPerMs = 1000;
 constexpr std::uint64_t MediaTurnMs = 2;
 constexpr std::uint64_t Never = ~std::uint64_t{0};
 
@@ -90,7 +89,7 @@ void TriggerLoop::Wake() {
 
 bool TriggerLoop::Wait(int ms) {
     const std::uint64_t end =
-        ms < 0 ? Never : os_clock_us() + static_cast<std::uint64_t>(ms * MicrosecondsPerMs);
+        ms < 0 ? Never : os_clock_us() + static_cast<std::uint64_t>(ms) * MicrosecondsPerMs;
     GatherMedia();
     while (!closed) {
         const std::uint64_t now = os_clock_us();

@@ -11,8 +11,6 @@ namespace {
 
 using Verdict = SequenceTracker::Verdict;
 
-constexpr std::uint64_t MicrosecondsPerMs = 1000;
-
 void ReportNewStream(const RtpHeader& header, const void* from) {
     static RateLimit limit;
     if (Console == nullptr || !limit.Allow()) return;
