@@ -149,12 +149,21 @@ void AsyncSocket::Read(Socket& from) {
     // A negative count is an error that an earlier send met (ICMP) or nothing to read: the socket stays as it
     // is.
     const int count = kernel::System().ReceiveDatagrams(from.Descriptor(), batch.Prepare(room));
-    room = count == room ? std::min(2 * room, kernel::ReceiveBatch::Datagrams) : 1;
+    room = RoomAfter(count, keeper->Turn());
     for (int i = 0; i < count && !gone && !stopped.load(std::memory_order_relaxed); ++i) {
         Deliver(batch.Bytes(i), batch.From(i), batch.IsTruncated(i));
         if (signals) batch.Wipe(i);
     }
     if (!gone) destroyed = nullptr;
+}
+
+// Asking for more than there are costs a third of a datagram, so that only a socket that was full in the last
+// turn too is asked for more.
+int AsyncSocket::RoomAfter(int count, ULONG turn) {
+    if (count < room) return 1;
+    const bool again = turn - fullTurn == 1;
+    fullTurn = turn;
+    return again ? std::min(2 * room, kernel::ReceiveBatch::Datagrams) : room;
 }
 
 void AsyncSocket::Deliver(std::span<const UBYTE> datagram, const SockAddr& from, bool truncated) {

@@ -81,6 +81,8 @@ class AsyncSocket : public OSIO, private kernel::Readable {
     void OnReadable() override { Read(socket); }
     // Reads one batch of what has come to the port, and delivers it.
     void Read(Socket& from);
+    // How many to ask for next, when the loop's turn `turn` has found `count`.
+    int RoomAfter(int count, ULONG turn);
     void Deliver(std::span<const UBYTE> datagram, const SockAddr& from, bool truncated);
 
     Socket socket;
@@ -89,7 +91,8 @@ class AsyncSocket : public OSIO, private kernel::Readable {
     const bool signalling;
     std::atomic<bool> connected{false};  // in the system too; then other threads may read `peer`
     std::unique_ptr<kernel::StrangerSocket> strangers;
-    int room = 1;  // datagrams to ask for: asking for more than there are costs as much as a tenth of one
+    int room = 1;               // datagrams to ask for
+    ULONG fullTurn = 0;         // the loop's turn that last found so many
     bool* destroyed = nullptr;  // set while a batch is delivered; Free reports through it
     std::atomic<ULONG> refused{0};
     std::atomic<ULONG> sendErrors{0};

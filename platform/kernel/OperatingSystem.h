@@ -48,6 +48,7 @@ class OperatingSystem {
     virtual int SocketName(int fd, sockaddr_in& name);
     // `to` null: the connected peer.
     virtual ssize_t SendDatagram(int fd, std::span<const UBYTE> data, const sockaddr_in* to);
+    // As recvmmsg, without waiting. Each message names one place for its bytes, and no control data.
     virtual int ReceiveDatagrams(int fd, std::span<mmsghdr> messages);
     virtual int CloseDescriptor(int fd);
 

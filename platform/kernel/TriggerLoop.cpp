@@ -173,6 +173,7 @@ void TriggerLoop::PollTriggers() {
 }
 
 void TriggerLoop::PollSockets() {
+    ++turn;
     bool media = false;
     for (std::size_t i = 0; i < pending.size() && !closed; ++i) {
         if (pending[i] == nullptr) continue;

@@ -41,6 +41,8 @@ class TriggerLoop final : public Waitable {
     int Add(Readable& socket, int fd);
     void Remove(Readable& socket, int fd);
     ReceiveBatch& Batch() { return *batch; }
+    // The number of the poll that reads its sockets.
+    ULONG Turn() const { return turn; }
 
     void Arm(OSTimerTrigger& timer, std::uint64_t deadline);
     void Disarm(OSTimerTrigger& timer);
@@ -76,7 +78,8 @@ class TriggerLoop final : public Waitable {
     std::vector<Readable*> pending;  // readable; null where removed meanwhile
     bool collected = false;          // since the last Poll
     bool signalled = false;          // the wake-up was taken
-    std::uint64_t mediaServed = 0;   // the millisecond in which media sockets were last read
+    ULONG turn = 0;
+    std::uint64_t mediaServed = 0;  // the millisecond in which media sockets were last read
 
     CRITICAL_SECTION lock;
     std::vector<OSTrigger*> ready;        // guarded by `lock`, as are the heap and `sleepingUntil`
