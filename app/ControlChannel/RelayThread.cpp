@@ -89,12 +89,13 @@ void RelayThread::Settle() {
     kernel::LeaveRestartableSequences();
 }
 
-// Half of the slots share each of two grids, so that a processor is woken for many at once, and is free
-// between them. Threads wake a millisecond before their deadlines, thus at even ones, when media was read a
-// millisecond ago (TriggerLoop).
+// Neighbouring slots are on four grids, each shared by a quarter of all: a processor is woken for many at
+// once, and is free between them, and of two processors one is. Threads wake a millisecond before their
+// deadlines, thus at even ones, when media was read a millisecond ago (TriggerLoop).
 ULONG RelayThread::JoinGrid() {
-    constexpr int SlotsInARow = 2;  // whose threads run on different processors
-    const ULONG grid = parent->chan / 2 / SlotsInARow % 2 == 0 ? 1 : 5;
+    constexpr int Grids = 4;
+    constexpr int Distance = 2;  // ms
+    const auto grid = static_cast<ULONG>(1 + parent->chan / 2 % Grids * Distance);
     const ULONG now = os_clock();
     const ULONG wait = CycleTime - (now + CycleTime - grid) % CycleTime;
     Sleep(wait);

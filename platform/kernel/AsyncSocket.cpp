@@ -149,7 +149,7 @@ void AsyncSocket::Read(Socket& from) {
     // A negative count is an error that an earlier send met (ICMP) or nothing to read: the socket stays as it
     // is.
     const int count = kernel::System().ReceiveDatagrams(from.Descriptor(), batch.Prepare(room));
-    room = RoomAfter(count, keeper->Turn());
+    room = RoomAfter(count);
     for (int i = 0; i < count && !gone && !stopped.load(std::memory_order_relaxed); ++i) {
         Deliver(batch.Bytes(i), batch.From(i), batch.IsTruncated(i));
         if (signals) batch.Wipe(i);
@@ -157,13 +157,13 @@ void AsyncSocket::Read(Socket& from) {
     if (!gone) destroyed = nullptr;
 }
 
-// Asking for more than there are costs a third of a datagram, so that only a socket that was full in the last
-// turn too is asked for more.
-int AsyncSocket::RoomAfter(int count, ULONG turn) {
+// Asking for more than there are costs a third of a datagram: only where they come faster than they are read.
+int AsyncSocket::RoomAfter(int count) {
     if (count < room) return 1;
+    const ULONG turn = loop->Turn();
     const bool again = turn - fullTurn == 1;
     fullTurn = turn;
-    return again ? std::min(2 * room, kernel::ReceiveBatch::Datagrams) : room;
+    return again || loop->IsBusy() ? std::min(2 * room, kernel::ReceiveBatch::Datagrams) : room;
 }
 
 void AsyncSocket::Deliver(std::span<const UBYTE> datagram, const SockAddr& from, bool truncated) {

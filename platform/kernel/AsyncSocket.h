@@ -81,8 +81,8 @@ class AsyncSocket : public OSIO, private kernel::Readable {
     void OnReadable() override { Read(socket); }
     // Reads one batch of what has come to the port, and delivers it.
     void Read(Socket& from);
-    // How many to ask for next, when the loop's turn `turn` has found `count`.
-    int RoomAfter(int count, ULONG turn);
+    // How many to ask for next, when there were `count` now.
+    int RoomAfter(int count);
     void Deliver(std::span<const UBYTE> datagram, const SockAddr& from, bool truncated);
 
     Socket socket;

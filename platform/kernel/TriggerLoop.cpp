@@ -181,8 +181,7 @@ void TriggerLoop::PollSockets() {
         pending[i]->OnReadable();
     }
     if (!pending.empty()) EndTurn();
-    // Those that had so many to read have no time to rest.
-    mediaServed = media && pending.size() < EventsPerWait / 2 ? os_clock_us() / MicrosecondsPerMs : 0;
+    mediaServed = media && !IsBusy() ? os_clock_us() / MicrosecondsPerMs : 0;
     pending.clear();
 }
 

@@ -41,8 +41,10 @@ class TriggerLoop final : public Waitable {
     int Add(Readable& socket, int fd);
     void Remove(Readable& socket, int fd);
     ReceiveBatch& Batch() { return *batch; }
-    // The number of the poll that reads its sockets.
+    // The number of the poll that reads its sockets, and whether these are so many that there is no time to
+    // rest.
     ULONG Turn() const { return turn; }
+    bool IsBusy() const { return pending.size() >= EventsPerWait / 2; }
 
     void Arm(OSTimerTrigger& timer, std::uint64_t deadline);
     void Disarm(OSTimerTrigger& timer);

@@ -102,6 +102,50 @@ TEST_F(TestAsyncSocket, AFloodedSocketDoesNotStarveAnother) {
     b->Free();
 }
 
+// Notes for how many datagrams it was asked.
+class NotedReads : public kernel::OperatingSystem {
+ public:
+    NotedReads() { kernel::ReplaceSystem(this); }
+    ~NotedReads() override { kernel::ReplaceSystem(nullptr); }
+    int ReceiveDatagrams(int fd, std::span<mmsghdr> messages) override {
+        rooms.push_back(messages.size());
+        return OperatingSystem::ReceiveDatagrams(fd, messages);
+    }
+    std::vector<std::size_t> rooms;
+};
+
+TEST_F(TestAsyncSocket, SocketsAreAskedForMoreOnlyWhereMoreIsWaiting) {
+    Receiver receiver;
+    AsyncSocket* sender = Open(nullptr);
+    std::vector<AsyncSocket*> sockets;
+    for (int i = 0; i < 300; ++i) sockets.push_back(Open(&receiver));
+    const auto sendTo = [&](int first, int last) {
+        for (int i = first; i < last; ++i) {
+            const SockAddr to = Address(*sockets[static_cast<std::size_t>(i)]);
+            Send(*sender, "x", &to);
+        }
+    };
+    const auto turn = [] {
+        WaitForSingleObject(OSTrigger::TLSGetEvent(), 1000);
+        OSTrigger::TLSPoll();
+    };
+    NotedReads reads;
+    for (const int i : {5, 0, 1, 0, 1, 0, 1}) {  // two quiet calls
+        sendTo(i, i + 1);
+        turn();
+    }
+    EXPECT_EQ(std::vector<std::size_t>(reads.rooms.begin() + 1, reads.rooms.end()),
+              std::vector<std::size_t>(6, 1));
+    ASSERT_EQ(receiver.texts.size(), 7U);
+
+    for (int packet = 0; packet < 3; ++packet) sendTo(0, 300);  // behind by three packets everywhere
+    turn();
+    turn();
+    EXPECT_EQ(receiver.texts.size(), 7U + 900U);
+    for (AsyncSocket* socket : sockets) socket->Free();
+    sender->Free();
+}
+
 TEST_F(TestAsyncSocket, MediaIsServedInTurnsAtOddMilliseconds) {
     Receiver receiver;
     AsyncSocket* a = Open(&receiver);
