@@ -1,5 +1,5 @@
-// What the foundation costs: a buffer, a list entry, a timer, a datagram through the loop, and an idle relay
-// cycle's sleep.
+// What the foundation costs: a buffer, a list entry, a timer, a datagram through the loop and through the
+// system, and an idle relay cycle's sleep.
 #include <benchmark/benchmark.h>
 
 #include <array>

@@ -89,9 +89,9 @@ void RelayThread::Settle() {
     kernel::LeaveRestartableSequences();
 }
 
-// Neighbouring slots are on four grids, each shared by a quarter of all: a processor is woken for many at
-// once, and is free between them, and of two processors one is. Threads wake a millisecond before their
-// deadlines, thus at even ones, when media was read a millisecond ago (TriggerLoop).
+// A quarter of the slots share each of four grids, so that a processor is woken for many at once and is free
+// between them, and two processors are not woken in the same milliseconds. Threads wake a millisecond before
+// their deadlines, thus at even ones, when media was read a millisecond ago (TriggerLoop).
 ULONG RelayThread::JoinGrid() {
     constexpr int Grids = 4;
     constexpr int Distance = 2;  // ms

@@ -157,7 +157,8 @@ void AsyncSocket::Read(Socket& from) {
     if (!gone) destroyed = nullptr;
 }
 
-// Asking for more than there are costs a third of a datagram: only where they come faster than they are read.
+// Asking for more than there are makes a read dearer by half, so that this is for datagrams that come faster
+// than they are read.
 int AsyncSocket::RoomAfter(int count) {
     if (count < room) return 1;
     const ULONG turn = loop->Turn();
